@@ -1,0 +1,38 @@
+# make demo   builds and shows what the library sees on the bundled cluster
+# make test   builds and runs the whole test suite
+# make bench  builds and runs the benchmarks
+
+BUILD ?= build
+JOBS ?= 2
+WINE_RUN = scripts/wine-run
+
+.PHONY: all deps configure build prefix test demo bench clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+$(BUILD)/CMakeCache.txt: | deps
+	cmake -S . -B $(BUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake -DCMAKE_BUILD_TYPE=Release
+
+configure: deps $(BUILD)/CMakeCache.txt
+
+build: configure
+	cmake --build $(BUILD) -j$(JOBS)
+
+prefix: deps
+	@WINEPREFIX=$(CURDIR)/$(BUILD)/wineprefix scripts/wine-prefix
+
+test: build prefix
+	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
+
+demo: build prefix
+	@scripts/demo $(BUILD)
+
+bench: build prefix
+	@$(WINE_RUN) $(BUILD)/test-bin/orvbench.exe
+
+clean:
+	-WINEPREFIX=$(CURDIR)/$(BUILD)/wineprefix wineserver -k 2>/dev/null
+	rm -rf $(BUILD)

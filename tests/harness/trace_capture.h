@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orvtest {
+
+// Collects the debug-output lines that this process writes while the capture
+// lives. It sees what OutputDebugStringW really sends: the exception that the
+// system raises for a debugger is caught by a vectored handler.
+class TraceCapture {
+public:
+    TraceCapture();
+    ~TraceCapture();
+    TraceCapture(const TraceCapture&) = delete;
+    TraceCapture& operator=(const TraceCapture&) = delete;
+
+    // Whole lines, header included.
+    std::vector<std::wstring> Lines() const;
+    // The lines without their "[thread] date time " header.
+    std::vector<std::wstring> Messages() const;
+};
+
+// The message part of a trace line: everything after its three-field header.
+std::wstring MessageOf(const std::wstring& line);
+
+}  // namespace orvtest
