@@ -4,7 +4,7 @@
 
 BUILD ?= build
 JOBS ?= 2
-WINE_RUN = scripts/wine-run
+WINE_RUN = WINEPREFIX=$(CURDIR)/$(BUILD)/wineprefix scripts/wine-run
 
 .PHONY: all deps configure build prefix test demo bench clean
 
