@@ -32,6 +32,9 @@ LONG CALLBACK CatchDebugOutput(EXCEPTION_POINTERS* exception) {
             line.resize(length - 1);
         }
     }
+    // Only trace lines count; the test framework reports failures on the same
+    // channel, and those must not turn up as library output.
+    if (line.empty() || line[0] != L'[') return EXCEPTION_CONTINUE_EXECUTION;
     std::lock_guard<std::mutex> lock(linesLock);
     lines.push_back(line);
     return EXCEPTION_CONTINUE_EXECUTION;

@@ -7,7 +7,9 @@ namespace orvtest {
 
 // Collects the debug-output lines that this process writes while the capture
 // lives. It sees what OutputDebugStringW really sends: the exception that the
-// system raises for a debugger is caught by a vectored handler.
+// system raises for a debugger is caught by a vectored handler. Lines that
+// do not open with the trace header's '[' (the test framework's own failure
+// reports) are left out.
 class TraceCapture {
 public:
     TraceCapture();
