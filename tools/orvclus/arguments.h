@@ -1,0 +1,45 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace orvclus {
+
+// An option a command accepts. A switch has an empty `value`; an option with
+// a value names it here ("NAME") for the usage text and takes it either as
+// the next argument or after '=' ("--machine=NODE1").
+struct OptionSpec {
+    std::wstring name;
+    std::wstring value;
+    std::wstring help;
+    bool hidden = false;  // left out of the usage text
+};
+
+// The options and operands of a command line once they have been checked.
+class ParsedArguments {
+public:
+    bool Has(const std::wstring& option) const { return options_.count(option) != 0; }
+    // The value given to an option, or null when it was not given.
+    const std::wstring* Value(const std::wstring& option) const;
+    const std::vector<std::wstring>& Operands() const { return operands_; }
+
+private:
+    friend bool ParseArguments(const std::vector<std::wstring>&, const std::vector<OptionSpec>&,
+                               size_t, ParsedArguments&, std::wstring&);
+    std::map<std::wstring, std::wstring> options_;
+    std::vector<std::wstring> operands_;
+};
+
+// Checks `tokens` against `options`, allowing at most `maxOperands` operands
+// (after "--" every token is an operand). On the first bad token answers
+// false with `error` set to a one-line explanation.
+bool ParseArguments(const std::vector<std::wstring>& tokens, const std::vector<OptionSpec>& options,
+                    size_t maxOperands, ParsedArguments& result, std::wstring& error);
+
+// The argument written so that CommandLineToArgvW and the C runtime read it
+// back unchanged: quoted when needed, with quotes and the backslashes before
+// them escaped.
+std::wstring QuoteArgument(const std::wstring& argument);
+
+}  // namespace orvclus

@@ -1,0 +1,33 @@
+// The table of commands and the options every command accepts.
+
+#include "commands.h"
+
+namespace orvclus {
+
+const wchar_t kJsonOption[] = L"--json";
+const wchar_t kTraceOption[] = L"--trace";
+const wchar_t kHelpOption[] = L"--help";
+const wchar_t kTracedRunOption[] = L"--traced-run";
+
+const std::vector<OptionSpec>& CommonOptions() {
+    static const std::vector<OptionSpec> options = {
+        {kJsonOption, L"", L"print the result as one JSON object"},
+        {kTraceOption, L"", L"show the library's trace lines on standard error while the command runs"},
+        {kHelpOption, L"", L"show how to use the command"},
+        {kTracedRunOption, L"", L"", true},
+    };
+    return options;
+}
+
+const std::vector<Command>& Commands() {
+    static const std::vector<Command> commands = {StatusCommand(), HelpCommand()};
+    return commands;
+}
+
+const Command* FindCommand(const std::wstring& name) {
+    for (const Command& command : Commands())
+        if (command.name == name) return &command;
+    return nullptr;
+}
+
+}  // namespace orvclus

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "arguments.h"
+#include "report.h"
+
+namespace orvclus {
+
+// One command of orvclus. Each family of commands lives in a file of its own
+// and hands out its Command records; commands.cpp lists them all.
+struct Command {
+    std::wstring name;
+    std::wstring operands;  // how the usage text shows its operands ("[COMMAND]")
+    size_t maxOperands = 0;
+    std::wstring summary;
+    std::vector<OptionSpec> options;  // besides the options of every command
+    int (*run)(const ParsedArguments& arguments, Format format) = nullptr;
+};
+
+// Options that every command accepts.
+extern const wchar_t kJsonOption[];
+extern const wchar_t kTraceOption[];
+extern const wchar_t kHelpOption[];
+// Marks the run that the trace viewer starts under its debugger loop; that
+// run never starts a viewer of its own.
+extern const wchar_t kTracedRunOption[];
+
+const std::vector<OptionSpec>& CommonOptions();
+const std::vector<Command>& Commands();
+const Command* FindCommand(const std::wstring& name);
+
+// The command families.
+Command HelpCommand();
+Command StatusCommand();
+
+// Usage texts, shared by "help" and "--help".
+std::wstring GeneralUsage();
+std::wstring CommandUsage(const Command& command);
+
+}  // namespace orvclus
