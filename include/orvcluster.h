@@ -5,6 +5,12 @@
 
 #include "orvcluster/export.h"
 #include "orvcluster/wcstring.h"
-#include "orvcluster/cluster_resource.h"
+#include "orvcluster/resource_table.h"
 #include "orvcluster/cluster.h"
 #include "orvcluster/computer_name.h"
+#include "orvcluster/singleton.h"
+#include "orvcluster/cluster_api.h"
+#include "orvcluster/mscs_cluster_glue.h"
+#include "orvcluster/resource_glue.h"
+#include "orvcluster/cluster_property_list.h"
+#include "orvcluster/cluster_resource.h"

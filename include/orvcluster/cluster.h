@@ -7,7 +7,7 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include "orvcluster/cluster_resource.h"
+#include "orvcluster/resource_table.h"
 #include "orvcluster/export.h"
 #include "orvcluster/wcstring.h"
 
@@ -118,6 +118,9 @@ public:
     static bool IsOrvClustered();
     static boost::shared_ptr<const std::wstring> GetOrvVirtualServerName();
     static bool GetOrvVirtualServerName(wchar_t* buffer, unsigned long* size);
+    // Restores the failover cluster's database from a backup folder; false
+    // with the reason in the thread's last error.
+    static bool RestoreDatabase(const wchar_t* path, int force, const wchar_t* quorumDrive);
 
     // One trace line "[thread] date time message" to the debugger output channel.
     static void OutputDebugMsg(const wchar_t* format, ...);

@@ -1,38 +1,166 @@
 #pragma once
 
-#include <windows.h>
+#include <list>
+#include <string>
 
-// One record of the product's service resource table, built from the product
-// definition file by Cluster::CWIZ_InitData. The table is one zero-filled
-// array: record 0 is the IP address resource, record 1 the network name
-// resource, then one "Generic Service" record per service resource, and a
-// record whose resourceName is empty closes it.
+#include <boost/shared_ptr.hpp>
 
-struct CLUSTERRESOURCE;
+#include "orvcluster/cluster_api.h"
+#include "orvcluster/cluster_property_list.h"
+#include "orvcluster/export.h"
 
-// A registry key that is checkpointed with the resource (singly linked).
-struct CLUSTERRESOURCEKEY {
-    wchar_t key[MAX_PATH];
-    CLUSTERRESOURCEKEY* next;
+// One partition of a cluster disk. Unknown values are a zero GUID and the
+// partition number 0xFFFFFFFF.
+class ORVCLUSTER_API MSCSPartitionInfo {
+public:
+    MSCSPartitionInfo(const std::wstring& deviceName, const std::wstring& volumeLabel,
+                      const GUID& volumeGuid, DWORD partitionNumber);
+
+    const wchar_t* GetDeviceName() const { return deviceName_.c_str(); }
+    const wchar_t* GetVolumeLabel() const { return volumeLabel_.c_str(); }
+    GUID GetVolumeGUID() const { return volumeGuid_; }
+    DWORD GetPartitionNumber() const { return partitionNumber_; }
+
+private:
+    std::wstring deviceName_;
+    std::wstring volumeLabel_;
+    GUID volumeGuid_;
+    DWORD partitionNumber_;
 };
 
-// A dependency of a resource on another record of the same table (singly linked).
-struct CLUSTERRESOURCEDEPENDENCY {
-    CLUSTERRESOURCE* resource;
-    CLUSTERRESOURCEDEPENDENCY* next;
+typedef boost::shared_ptr<const std::list<boost::shared_ptr<MSCSPartitionInfo>>> MSCSPartitionList;
+
+// One failover cluster resource. The object owns its handle and closes it
+// when it goes. Failures answer false with the reason in the thread's last
+// error (14 when a cluster library is missing); string outputs are cleared.
+class ORVCLUSTER_API ClusterResource {
+public:
+    explicit ClusterResource(const std::wstring& name);
+    ClusterResource(HRESOURCE resource, const std::wstring& name);
+    ClusterResource(const ClusterResource&) = delete;
+    ClusterResource& operator=(const ClusterResource&) = delete;
+
+    virtual ~ClusterResource();
+    virtual const std::wstring* GetResourceName() const;
+    // Wait up to `timeoutMs` for the state, polling every second.
+    virtual bool TakeOffline(DWORD timeoutMs);
+    virtual bool BringOnline(DWORD timeoutMs);
+    virtual bool GetGroupName(std::wstring& group);
+    virtual bool GetNetworkName(std::wstring& name);
+    // The network name equals `name`, both without leading backslashes, in any case.
+    virtual bool MatchNetworkName(const std::wstring& name);
+    // The node that owns the resource now.
+    virtual bool GetNodeName(std::wstring& node);
+    virtual bool GetPendingTimeout(DWORD& milliseconds);
+
+    bool GetTypeName(std::wstring& type);
+    bool GetClassInfoW(CLUS_RESOURCE_CLASS_INFO* classInfo);
+    // Removes and adds again a registry checkpoint; the answer of the add.
+    DWORD RecheckpointRegistry(const wchar_t* key);
+    bool GetPrivateProperties(ClusterPropertyList& properties);
+
+    HRESOURCE GetHandle() const { return handle_; }
+
+protected:
+    // One private property's text, read afresh.
+    bool GetPrivateString(const wchar_t* property, std::wstring& value);
+
+    HRESOURCE handle_;
+    std::wstring name_;
+
+private:
+    bool ChangeState(DWORD result, CLUSTER_RESOURCE_STATE target, DWORD timeoutMs);
+    bool WaitForState(CLUSTER_RESOURCE_STATE target, DWORD timeoutMs);
 };
 
-struct CLUSTERRESOURCE {
-    wchar_t serviceName[MAX_PATH];   // Windows service the resource runs; empty for IP and network name
-    wchar_t resourceType[MAX_PATH];  // "IP Address", "Network Name" or "Generic Service"
-    wchar_t resourceName[MAX_PATH];  // name in the cluster; empty marks the end of the table
-    int useCustomKeys;               // non-zero: the registry keys below are the resource's own
-    CLUSTERRESOURCEKEY* keys;        // registry keys to checkpoint, in file order
-    DWORD useNetworkName;            // non-zero: the service uses the network name
-    int required;                    // non-zero: the service must run
-    int syncOverride;                // the service's override of the product-wide sync flag
-    CLUSTERRESOURCEDEPENDENCY* dependencies;
-    DWORD install;                   // 1 when the wizard will create this resource
-    void* resourceHandle;            // open cluster resource while the group is being created
-    CLUSTERRESOURCE* next;           // the following record, null after the last one
+// A "Physical Disk" resource, with its disk information read once.
+class ORVCLUSTER_API ClusterDiskResource : public ClusterResource {
+public:
+    ClusterDiskResource(HRESOURCE resource, const std::wstring& name);
+    ~ClusterDiskResource() override;
+
+    bool GetSignature(DWORD& signature);
+    // The device names of the disk's partitions, such as "S:".
+    bool GetDrives(std::list<std::wstring>& drives) const;
+    MSCSPartitionList GetPartitionInfo() const;
+
+private:
+    unsigned char* diskInfo_ = nullptr;
+    DWORD diskInfoSize_ = 0;
+};
+
+class ORVCLUSTER_API ClusterIPResource : public ClusterResource {
+public:
+    ClusterIPResource(HRESOURCE resource, const std::wstring& name);
+    bool GetIPAddress(std::wstring& address);
+};
+
+class ORVCLUSTER_API ClusterNetworkNameResource : public ClusterResource {
+public:
+    ClusterNetworkNameResource(HRESOURCE resource, const std::wstring& name);
+    // The name the resource publishes (its "Name" property).
+    bool GetNetworkName(std::wstring& name) override;
+    bool GetDNSName(std::wstring& name);
+};
+
+class ORVCLUSTER_API ClusterServiceResource : public ClusterResource {
+public:
+    ClusterServiceResource(HRESOURCE resource, const std::wstring& name);
+    bool GetServiceName(std::wstring& service);
+};
+
+class ORVCLUSTER_API ClusterVMResource : public ClusterResource {
+public:
+    ClusterVMResource(HRESOURCE resource, const std::wstring& name);
+    // The virtual machine's id, or null when the properties cannot be read.
+    const wchar_t* GetVmGUID();
+
+private:
+    std::wstring vmId_;
+};
+
+class ORVCLUSTER_API ClusterVMConfigurationResource : public ClusterResource {
+public:
+    ClusterVMConfigurationResource(HRESOURCE resource, const std::wstring& name);
+    const wchar_t* GetVmGUID();
+    const wchar_t* GetStoreRootPath();
+
+private:
+    std::wstring vmId_;
+    std::wstring storeRootPath_;
+};
+
+// A cluster shared volume resource, with its partitions read once.
+class ORVCLUSTER_API MSCSClusterSharedVolumeResource : public ClusterResource {
+public:
+    // One shared volume of the resource.
+    class ORVCLUSTER_API SharedVolumeInfo {
+    public:
+        explicit SharedVolumeInfo(const CLUS_CSV_VOLUME_INFO& info);
+        ULONGLONG GetVolumeOffset() const { return volumeOffset_; }
+        DWORD GetPartitionNumber() const { return partitionNumber_; }
+        DWORD GetFaultState() const { return faultState_; }
+        DWORD GetBackupState() const { return backupState_; }
+        const wchar_t* GetFriendlyName() const { return friendlyName_.c_str(); }
+        const wchar_t* GetVolumeName() const { return volumeName_.c_str(); }
+
+    private:
+        ULONGLONG volumeOffset_;
+        DWORD partitionNumber_;
+        DWORD faultState_;
+        DWORD backupState_;
+        std::wstring friendlyName_;
+        std::wstring volumeName_;
+    };
+    typedef boost::shared_ptr<const std::list<boost::shared_ptr<SharedVolumeInfo>>> SharedVolumeList;
+
+    MSCSClusterSharedVolumeResource(HRESOURCE resource, const std::wstring& name);
+    ~MSCSClusterSharedVolumeResource() override;
+
+    SharedVolumeList GetSharedVolumesInfo() const;
+    MSCSPartitionList GetPartitionInfo() const;
+
+private:
+    unsigned char* partitionInfo_ = nullptr;
+    DWORD partitionInfoSize_ = 0;
 };
