@@ -130,16 +130,6 @@ struct CLUS_PARTITION_INFO_EX {
     GUID VolumeGuid;
 };
 
-// One cluster shared volume, as the shared volume information control gives it.
-struct CLUS_CSV_VOLUME_INFO {
-    ULARGE_INTEGER VolumeOffset;
-    DWORD PartitionNumber;
-    DWORD FaultState;   // CLUSTER_CSV_VOLUME_FAULT_STATE
-    DWORD BackupState;  // CLUSTER_SHARED_VOLUME_BACKUP_STATE
-    WCHAR szVolumeFriendlyName[MAX_PATH];
-    WCHAR szVolumeName[50];
-};
-
 // Property and value list syntax words (CLUSPROP_SYNTAX_*): type in the high
 // word, format in the low word.
 constexpr DWORD CLUSPROP_SYNTAX_ENDMARK = 0x00000000;

@@ -308,8 +308,8 @@ const wchar_t* ClusterVMConfigurationResource::GetStoreRootPath() {
 MSCSClusterSharedVolumeResource::SharedVolumeInfo::SharedVolumeInfo(const CLUS_CSV_VOLUME_INFO& info)
     : volumeOffset_(info.VolumeOffset.QuadPart),
       partitionNumber_(info.PartitionNumber),
-      faultState_(info.FaultState),
-      backupState_(info.BackupState),
+      faultState_(static_cast<DWORD>(info.FaultState)),
+      backupState_(static_cast<DWORD>(info.BackupState)),
       friendlyName_(orv::FieldText(info.szVolumeFriendlyName)),
       volumeName_(orv::FieldText(info.szVolumeName)) {}
 

@@ -1,0 +1,165 @@
+// The property list codec: the bytes it builds, its lookups, and its walk over
+// lists that lie about their own lengths.
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "failover/value_list.h"
+#include "orvcluster.h"
+
+namespace {
+
+std::vector<DWORD> Words(const ClusterPropertyList& list) {
+    std::vector<DWORD> words(list.Size() / 4);
+    std::memcpy(words.data(), list.Data(), words.size() * 4);
+    return words;
+}
+
+DWORD Chars(const wchar_t* a, const wchar_t* b) {  // two wide characters as one little-endian word
+    return static_cast<DWORD>(*a) | static_cast<DWORD>(*b) << 16;
+}
+
+TEST(PropertyList, AppendsNameValueAndEndMarkFourByteAligned) {
+    ClusterPropertyList list;
+    list.Append(L"ABC", L"xy");
+    list.Append(L"N", 0x12345678ul);
+    const std::vector<DWORD> expected = {
+        2,                                                    // count
+        0x00040003, 8, Chars(L"A", L"B"), Chars(L"C", L"\0"),  // name "ABC", 8 bytes
+        0x00010003, 6, Chars(L"x", L"y"), 0,                   // value "xy", 6 bytes + padding
+        0,                                                    // end mark
+        0x00040003, 4, Chars(L"N", L"\0"),                     // name "N"
+        0x00010002, 4, 0x12345678,                            // 32-bit value
+        0,                                                    // end mark
+    };
+    EXPECT_EQ(expected, Words(list));
+    EXPECT_EQ(expected.size() * 4, list.Size());
+}
+
+TEST(PropertyList, CopiesAreDeepAndAssignedListsGrowOnAppend) {
+    ClusterPropertyList built;
+    built.Append(L"Name", L"ORVANESRV");
+    ClusterPropertyList assigned(built.Data(), built.Size());
+    ClusterPropertyList copy(assigned);
+    assigned.Append(L"DnsName", L"orvanesrv");
+    EXPECT_EQ(2u, Words(assigned)[0]);
+    EXPECT_EQ(1u, Words(copy)[0]);
+    std::wstring value;
+    EXPECT_TRUE(assigned.GetValue(L"dnsname", value));
+    EXPECT_EQ(L"orvanesrv", value);
+    EXPECT_FALSE(copy.GetValue(L"DnsName", value));
+    EXPECT_TRUE(copy.GetValue(L"NAME", value));
+    EXPECT_EQ(L"ORVANESRV", value);
+}
+
+TEST(PropertyList, StringLookupRules) {
+    ClusterPropertyList empty;
+    const wchar_t* found = L"stale";
+    SetLastError(0);
+    EXPECT_FALSE(empty.GetValue(L"Name", &found));
+    EXPECT_EQ(nullptr, found);
+    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
+
+    ClusterPropertyList list;
+    list.Append(L"Signature", 0xCAFEul);
+    list.Append(L"Address", L"10.20.30.40");
+    list.Append(L"Address", L"10.0.0.99");  // a later twin is never looked at
+    list.Append(L"Twin", 7ul);
+    list.Append(L"TWIN", L"text");
+
+    ASSERT_TRUE(list.GetValue(L"address", &found));
+    EXPECT_STREQ(L"10.20.30.40", found);
+    EXPECT_GE(reinterpret_cast<const unsigned char*>(found), static_cast<const unsigned char*>(list.Data()));
+
+    std::wstring text = L"old";
+    SetLastError(0);
+    EXPECT_FALSE(list.GetValue(L"Signature", text));  // a number is not a string
+    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
+    EXPECT_TRUE(text.empty());
+    EXPECT_FALSE(list.GetValue(L"twin", text));  // the first of the name decides
+    EXPECT_FALSE(list.GetValue(L"Addres", text));
+    EXPECT_FALSE(list.GetValue(nullptr, text));
+}
+
+// A list placed flush against an inaccessible page: any read past its end
+// faults and ends the test run.
+class GuardedBytes {
+public:
+    explicit GuardedBytes(const std::vector<unsigned char>& bytes) {
+        SYSTEM_INFO info;
+        GetSystemInfo(&info);
+        const size_t page = info.dwPageSize;
+        const size_t pages = (bytes.size() + page - 1) / page + 1;
+        base_ = static_cast<unsigned char*>(
+            VirtualAlloc(nullptr, pages * page, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
+        DWORD old;
+        VirtualProtect(base_ + (pages - 1) * page, page, PAGE_NOACCESS, &old);
+        data_ = base_ + (pages - 1) * page - bytes.size();
+        if (!bytes.empty()) std::memcpy(data_, bytes.data(), bytes.size());
+    }
+    ~GuardedBytes() { VirtualFree(base_, 0, MEM_RELEASE); }
+    const unsigned char* Data() const { return data_; }
+
+private:
+    unsigned char* base_;
+    unsigned char* data_;
+};
+
+TEST(PropertyList, WalkNeverReadsPastTheBytesItWasGiven) {
+    ClusterPropertyList source;
+    source.Append(L"Name", L"ORVANESRV");
+    source.Append(L"EnableNetBios", 1ul);
+    source.Append(L"DnsName", L"orvanesrv.example");
+    const auto* bytes = static_cast<const unsigned char*>(source.Data());
+    const std::vector<unsigned char> whole(bytes, bytes + source.Size());
+
+    std::mt19937 random(20261121);
+    for (int round = 0; round < 20000; ++round) {
+        std::vector<unsigned char> damaged(whole.begin(), whole.begin() + random() % (whole.size() + 1));
+        // Now and then overwrite a word with a lying length or count.
+        if (!damaged.empty() && round % 2) {
+            const size_t at = (random() % damaged.size()) & ~size_t(3);
+            const DWORD lie = round % 4 == 1 ? static_cast<DWORD>(random()) : 0xFFFFFFF0u + (random() % 16);
+            std::memcpy(&damaged[at], &lie, std::min<size_t>(4, damaged.size() - at));
+        }
+        GuardedBytes guarded(damaged);
+        size_t entries = 0;
+        orv::ForEachValue(guarded.Data() + std::min<size_t>(4, damaged.size()),
+                          damaged.size() - std::min<size_t>(4, damaged.size()),
+                          [&](const orv::ValueEntry& entry) {
+                              ++entries;
+                              ASSERT_LE(entry.data + entry.length, guarded.Data() + damaged.size());
+                          });
+        ASSERT_LE(entries, damaged.size() / 4);
+
+        ClusterPropertyList list(damaged.data(), damaged.size());
+        const wchar_t* found = nullptr;
+        if (list.GetValue(L"DnsName", &found)) {
+            const auto* start = static_cast<const unsigned char*>(list.Data());
+            const auto* text = reinterpret_cast<const unsigned char*>(found);
+            ASSERT_TRUE(text >= start && text + (wcslen(found) + 1) * 2 <= start + list.Size());
+        } else {
+            const DWORD error = GetLastError();
+            ASSERT_TRUE(error == ERROR_FILE_NOT_FOUND || error == ERROR_INVALID_DATA) << error;
+        }
+    }
+}
+
+TEST(PropertyList, LyingCountIsMalformedNotAnOverrun) {
+    ClusterPropertyList source;
+    source.Append(L"Name", L"A");
+    std::vector<unsigned char> bytes(static_cast<const unsigned char*>(source.Data()),
+                                     static_cast<const unsigned char*>(source.Data()) + source.Size());
+    bytes[0] = 5;  // five properties claimed, one present
+    ClusterPropertyList list(bytes.data(), bytes.size());
+    std::wstring value;
+    SetLastError(0);
+    EXPECT_FALSE(list.GetValue(L"Other", value));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_DATA), GetLastError());
+    EXPECT_TRUE(list.GetValue(L"Name", value));  // found before the lie matters
+}
+
+}  // namespace
