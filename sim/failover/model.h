@@ -1,0 +1,173 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "orvcluster/cluster_api.h"
+#include "property_list.h"
+
+// The simulated cluster: what a scenario describes and what the entry points
+// read and change.
+
+namespace simcluster {
+
+// Every object gets an identity that is never reused, so that a handle to a
+// deleted (or replaced) object finds nothing instead of a newcomer.
+using ObjectId = unsigned long long;
+ObjectId NextObjectId();
+
+struct Node {
+    ObjectId id = NextObjectId();
+    std::wstring name;
+    CLUSTER_NODE_STATE state = ClusterNodeUp;
+};
+
+struct Partition {
+    std::wstring device;  // "S:\", or a shared volume's mount point
+    std::wstring label;
+    std::wstring fileSystem = L"NTFS";
+    GUID volumeGuid = {};
+    DWORD number = 1;
+    DWORD flags = CLUSPROP_PIFLAG_USABLE;
+    DWORD serialNumber = 0;
+    DWORD maximumComponentLength = 255;
+    DWORD fileSystemFlags = 0x000700FF;
+    DWORD deviceNumber = 0;
+    ULONGLONG totalSize = 0;
+    ULONGLONG freeSize = 0;
+};
+
+struct Disk {
+    DWORD signature = 0;
+    DWORD scsiAddress = 0;  // port, path, target and LUN, one byte each from the low end
+    DWORD diskNumber = 0;
+    ULONGLONG size = 0;
+    std::vector<Partition> partitions;
+};
+
+struct SharedVolume {
+    std::wstring path;        // mount point, "C:\ClusterStorage\Volume1", no trailing backslash
+    std::wstring volumeName;  // "\\?\Volume{GUID}\"
+    std::wstring friendlyName;
+    DWORD partitionNumber = 1;
+    ULONGLONG offset = 0x100000;
+    DWORD faultState = VolumeStateNoFaults;
+    bool redirected = false;  // I/O goes through another node: not locally mounted
+    bool backupInProgress = false;
+};
+
+// How a resource answers a request to go online or offline: after `delayMs`
+// of virtual time it reaches `finalState` (the target, or Failed). A delay of
+// 0 completes within the call.
+struct Transition {
+    DWORD delayMs = 0;
+    CLUSTER_RESOURCE_STATE finalState;
+};
+
+struct Resource {
+    ObjectId id = NextObjectId();
+    std::wstring name;
+    std::wstring type;
+    ObjectId group = 0;
+    DWORD resourceClass = CLUS_RESCLASS_UNKNOWN;
+    DWORD subClass = 0;
+    std::vector<ObjectId> possibleOwners;  // nodes
+    std::vector<ObjectId> dependencies;    // resources of the same group
+
+    // The state, and while a transition runs, when it ends and how. A
+    // pending state without a running transition stays until changed.
+    CLUSTER_RESOURCE_STATE state = ClusterResourceOffline;
+    bool transitionRunning = false;
+    ULONGLONG transitionEnd = 0;
+    CLUSTER_RESOURCE_STATE transitionResult = ClusterResourceOffline;
+
+    PropertyMap common;  // the name is not kept here: it is the resource's own
+    PropertyMap privateProperties;
+    std::optional<std::wstring> networkName;  // overrides the name found through dependencies
+    std::vector<std::wstring> checkpoints;
+    std::optional<Disk> disk;
+    std::vector<SharedVolume> sharedVolumes;  // non-empty: a cluster shared volume
+    Transition online{0, ClusterResourceOnline};
+    Transition offline{0, ClusterResourceOffline};
+    bool core = false;
+};
+
+struct Group {
+    ObjectId id = NextObjectId();
+    std::wstring name;
+    ObjectId owner = 0;
+    std::vector<ObjectId> preferredOwners;
+    CLUSTER_GROUP_STATE emptyState = ClusterGroupOffline;  // the state of a group without resources
+    std::optional<CLUSTER_GROUP_STATE> forcedState;         // set by a scenario or the control API
+};
+
+struct Network {
+    ObjectId id = NextObjectId();
+    std::wstring name;
+    std::wstring description;
+    std::wstring address;
+    std::wstring addressMask;
+    DWORD role = ClusterNetworkRoleInternalAndClient;
+};
+
+struct ResourceType {
+    std::wstring name;
+    DWORD resourceClass = CLUS_RESCLASS_UNKNOWN;
+    DWORD subClass = 0;
+};
+
+struct Quorum {
+    std::wstring resource;
+    std::wstring path;
+    DWORD maximumLogSize = 0x400000;
+};
+
+struct Cluster {
+    bool present = false;    // false: no cluster at all on this machine or network
+    bool installed = true;   // the cluster service is installed on this machine
+    std::wstring name;
+    std::vector<std::wstring> aliases;  // further names OpenCluster accepts (DNS name, address)
+    CLUSTERVERSIONINFO version = {};
+    bool backupSupported = true;
+    Quorum quorum;
+    PropertyMap commonProperties;
+    PropertyMap readOnlyCommonProperties;
+
+    std::vector<Node> nodes;
+    std::vector<ResourceType> types;
+    std::vector<Network> networks;
+    std::vector<Group> groups;
+    std::vector<Resource> resources;
+    ObjectId localNode = 0;
+
+    Node* FindNode(const std::wstring& name);
+    Node* FindNode(ObjectId id);
+    Group* FindGroup(const std::wstring& name);
+    Group* FindGroup(ObjectId id);
+    Resource* FindResource(const std::wstring& name);
+    Resource* FindResource(ObjectId id);
+    Network* FindNetwork(const std::wstring& name);
+    Network* FindNetwork(ObjectId id);
+    const ResourceType* FindType(const std::wstring& name) const;
+
+    std::vector<Resource*> ResourcesOf(const Group& group);
+    std::vector<Resource*> DependentsOf(const Resource& resource);
+    // The resource and every resource reachable from it through dependencies
+    // in either direction.
+    std::vector<Resource*> DependencyTree(const Resource& resource);
+    // True when `from` depends on `to`, directly or through others.
+    bool DependsOn(const Resource& from, const Resource& to);
+    Node* OwnerOf(const Resource& resource);
+    bool IsSharedVolume(const Resource& resource) const { return !resource.sharedVolumes.empty(); }
+};
+
+// The resource types every cluster knows, with their class.
+std::vector<ResourceType> StandardResourceTypes();
+
+// The common properties a new resource starts with.
+PropertyMap DefaultResourceCommonProperties();
+
+}  // namespace simcluster

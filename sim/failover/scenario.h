@@ -1,0 +1,52 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "model.h"
+
+// Scenario files: the JSON description of a simulated cluster.
+//
+//   {
+//     "cluster": {"name": "ORVCLUS01", "installed": true, "aliases": [...],
+//                 "version": {"major": 6, "minor": 1, "build": 7601, "vendor": "...", "csdVersion": "..."},
+//                 "backupSupported": true,
+//                 "quorum": {"resource": "Cluster Disk Q", "path": "Q:\\MSCS\\", "maxLogSize": 4194304},
+//                 "commonProperties": {...}, "readOnlyCommonProperties": {"SharedVolumesRoot": "C:\\ClusterStorage"}},
+//     "nodes": [{"name": "NODE1", "state": "up", "local": true}, ...],
+//     "resourceTypes": [{"name": "SQL Server", "class": "unknown", "subClass": 0}],
+//     "networks": [{"name": "Public", "role": 3, "address": "10.20.30.0", "mask": "255.255.255.0"}],
+//     "groups": [{"name": "...", "owner": "NODE1", "preferredOwners": [...], "state": "online"}],
+//     "resources": [{"name": "...", "type": "...", "group": "...", "state": "online",
+//                    "possibleOwners": [...], "dependencies": [...], "common": {...}, "private": {...},
+//                    "networkName": "...", "checkpoints": [...], "core": false,
+//                    "disk": {"signature": 1, "scsiAddress": 0, "diskNumber": 1, "size": 0,
+//                             "partitions": [{"device": "S:\\", "label": "...", "guid": "{...}", "number": 1}]},
+//                    "sharedVolumes": [{"path": "C:\\ClusterStorage\\Volume1", "volumeName": "\\\\?\\Volume{...}\\"}],
+//                    "transitions": {"online": {"delayMs": 3000, "result": "online"},
+//                                    "offline": {"delayMs": 0, "result": "offline"}}}]
+//   }
+//
+// Property values: a string (REG_SZ-like), a number (32-bit; negative: signed;
+// above 32 bits: 64-bit), true/false (32-bit 1/0), or an object naming the
+// format: {"sz": ...}, {"expandSz": ...}, {"dword": n}, {"long": n},
+// {"ulargeInteger": n}, {"multiSz": [...]}, {"binary": "hex"}, optionally
+// with "syntax" (the syntax word to report). Every object may carry a
+// "comment". Unknown fields are refused, so that a misspelt field is noticed.
+
+namespace simcluster {
+
+// A scenario that cannot be used; what() is a sentence naming the problem,
+// starting with "scenario: ".
+class ScenarioError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+Cluster ReadScenario(const std::string& json);
+std::string WriteScenario(Cluster& cluster);
+
+// One property value in scenario notation.
+PropertyValue ReadPropertyValue(const std::string& json, const std::string& where);
+
+}  // namespace simcluster

@@ -1,0 +1,140 @@
+#pragma once
+
+#include <windows.h>
+
+// Control of the failover cluster simulator: the clusapi.dll and resutils.dll
+// that tests and the demo place beside their programs. The functions below
+// are exported by the simulator's clusapi.dll.
+//
+// Which cluster the simulator shows
+//   A scenario (a JSON file, see examples/scenarios/) describes the cluster.
+//   A program loads one with SimCluster_LoadScenarioFile or
+//   SimCluster_LoadScenarioText. When none was loaded, the first call into
+//   the simulator loads the file named by the environment variable
+//   ORVSIM_SCENARIO; without that variable, the file "scenario.json" beside
+//   clusapi.dll if there is one; else (or when that file is not a valid
+//   scenario) there is no cluster: OpenCluster fails with
+//   RPC_S_SERVER_UNAVAILABLE (1722) and GetNodeClusterState answers
+//   ClusterStateNotInstalled.
+//
+// Time
+//   The simulator reads time from the virtual clock (simclock.h). A resource
+//   whose transition is scripted goes pending when asked to go online or
+//   offline, and reaches its final state once the virtual clock has advanced
+//   by the scripted delay (SimClock_Sleep). No thread runs in the background.
+//
+// States use the platform's values: CLUSTER_RESOURCE_STATE,
+// CLUSTER_GROUP_STATE and CLUSTER_NODE_STATE.
+//
+// The functions that answer BOOL report a failure with FALSE and a sentence
+// in SimCluster_LastError() that names the problem.
+
+#if defined(SIMCLUSTER_BUILDING)
+#define SIMCLUSTER_API
+#else
+#define SIMCLUSTER_API __declspec(dllimport)
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// The kinds of handle the cluster API hands out, for SimCluster_OpenHandles.
+typedef enum SIMCLUSTER_HANDLE_KIND {
+    SIMCLUSTER_HANDLE_ALL = 0,
+    SIMCLUSTER_HANDLE_CLUSTER = 1,
+    SIMCLUSTER_HANDLE_NODE = 2,
+    SIMCLUSTER_HANDLE_GROUP = 3,
+    SIMCLUSTER_HANDLE_RESOURCE = 4,
+    SIMCLUSTER_HANDLE_NETWORK = 5,
+    SIMCLUSTER_HANDLE_CLUSTER_ENUM = 6,
+    SIMCLUSTER_HANDLE_GROUP_ENUM = 7,
+    SIMCLUSTER_HANDLE_RESOURCE_ENUM = 8,
+} SIMCLUSTER_HANDLE_KIND;
+
+// SimCluster_SetGroupState: let the group's state follow its resources again.
+#define SIMCLUSTER_GROUP_STATE_DERIVED 0x7FFFFFFF
+
+// ---- Scenario ----
+
+// Replaces the simulated cluster. Handles already open stay open (and are
+// counted) but name objects that no longer exist. On failure the cluster is
+// left as it was.
+SIMCLUSTER_API BOOL WINAPI SimCluster_LoadScenarioFile(const wchar_t* path);
+SIMCLUSTER_API BOOL WINAPI SimCluster_LoadScenarioText(const char* utf8Json);
+
+// No cluster from now on (no automatic loading either).
+SIMCLUSTER_API void WINAPI SimCluster_Unload(void);
+
+// The current cluster as a scenario (UTF-8 JSON, terminated). `*size` is the
+// buffer's size in bytes; when it is too small (or `buffer` is null) the
+// answer is FALSE, GetLastError() is ERROR_MORE_DATA and `*size` the size
+// needed, terminator included.
+SIMCLUSTER_API BOOL WINAPI SimCluster_SaveScenarioText(char* buffer, DWORD* size);
+
+// Why the last control call failed (or why the automatic loading found no
+// cluster), for example "scenario: resource 'X' names unknown group 'Y'".
+// Empty after a success. Valid until the next control call.
+SIMCLUSTER_API const wchar_t* WINAPI SimCluster_LastError(void);
+
+// ---- State ----
+
+// Puts a resource in a state at once (a pending state set this way lasts
+// until changed), ending any running transition.
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetResourceState(const wchar_t* resource, int state);
+
+// The resource's state now (transitions settled), -1 for an unknown name.
+SIMCLUSTER_API int WINAPI SimCluster_GetResourceState(const wchar_t* resource);
+
+// Fixes what GetClusterGroupState answers for the group, or
+// SIMCLUSTER_GROUP_STATE_DERIVED to follow its resources again.
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetGroupState(const wchar_t* group, int state);
+
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetNodeState(const wchar_t* node, int state);
+
+// Makes `node` the owner of the group and its resources, states unchanged.
+SIMCLUSTER_API BOOL WINAPI SimCluster_MoveGroup(const wchar_t* group, const wchar_t* node);
+
+// Sets a property as a scenario would: `jsonValue` is a JSON value, "\"text\"",
+// "42", "{\"binary\":\"0A0B\"}", "{\"multiSz\":[\"a\",\"b\"]}" and so on; null
+// removes the property. `common` chooses the resource's common properties
+// instead of its private ones.
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetResourceProperty(const wchar_t* resource, BOOL common,
+                                                          const wchar_t* name, const char* jsonValue);
+
+// The same for the cluster's common (or read-only common) properties.
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetClusterProperty(BOOL readOnly, const wchar_t* name,
+                                                         const char* jsonValue);
+
+// Scripts how the resource answers the next requests to reach `target`
+// (ClusterResourceOnline or ClusterResourceOffline): it goes pending, and
+// after `delayMs` of virtual time reaches `finalState` (the target, or
+// ClusterResourceFailed). A delay of 0 completes within the call.
+SIMCLUSTER_API BOOL WINAPI SimCluster_ScriptTransition(const wchar_t* resource, int target, DWORD delayMs,
+                                                       int finalState);
+
+// ---- Faults and counters ----
+
+// Makes calls of a cluster API or resource utility entry point (by its
+// exported name) fail with `error`: the `nth` call from now on (1 is the
+// next one) and the `count - 1` calls after it; `count` 0 fails every call
+// from the nth on. A failing call does nothing else. Functions that answer
+// a handle then answer null and those that answer BOOL answer FALSE, both
+// with SetLastError(error); the state functions answer -1 with
+// SetLastError(error); the others answer `error`. FALSE for a name that is
+// not an entry point.
+SIMCLUSTER_API BOOL WINAPI SimCluster_InjectFailure(const wchar_t* entryPoint, DWORD nth, DWORD count,
+                                                    DWORD error);
+SIMCLUSTER_API void WINAPI SimCluster_ClearFailures(void);
+
+// Calls of an entry point since the counters were last reset (failed calls
+// included); 0 for a name that is not an entry point.
+SIMCLUSTER_API DWORD WINAPI SimCluster_CallCount(const wchar_t* entryPoint);
+SIMCLUSTER_API void WINAPI SimCluster_ResetCounters(void);
+
+// Handles handed out and not yet closed, of one kind or of all.
+SIMCLUSTER_API DWORD WINAPI SimCluster_OpenHandles(SIMCLUSTER_HANDLE_KIND kind);
+
+#ifdef __cplusplus
+}
+#endif

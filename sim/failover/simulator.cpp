@@ -1,0 +1,148 @@
+#include "simulator.h"
+
+#include "files.h"
+#include "scenario.h"
+#include "text.h"
+
+namespace simcluster {
+
+namespace {
+
+const wchar_t* const kEntryPointNames[] = {
+#define SIMCLUSTER_NAME(name) L## #name,
+    SIMCLUSTER_ENTRY_POINTS(SIMCLUSTER_NAME)
+#undef SIMCLUSTER_NAME
+};
+
+static_assert(sizeof kEntryPointNames / sizeof kEntryPointNames[0] == static_cast<size_t>(EntryPoint::Count),
+              "one name per entry point");
+
+// The folder of the simulator's clusapi.dll, with a trailing backslash.
+std::wstring ModuleFolder() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(&ModuleFolder), &module);
+    wchar_t path[MAX_PATH * 4];
+    DWORD length = GetModuleFileNameW(module, path, ARRAYSIZE(path));
+    std::wstring folder(path, length < ARRAYSIZE(path) ? length : 0);
+    return folder.substr(0, folder.find_last_of(L'\\') + 1);
+}
+
+}  // namespace
+
+void* HandleTable::Open(Handle handle) {
+    std::unique_ptr<Handle> record(new Handle(std::move(handle)));
+    void* value = record.get();
+    handles_.emplace(value, std::move(record));
+    return value;
+}
+
+Handle* HandleTable::Find(const void* value, SIMCLUSTER_HANDLE_KIND kind) {
+    auto it = handles_.find(value);
+    return it != handles_.end() && it->second->kind == kind ? it->second.get() : nullptr;
+}
+
+bool HandleTable::Close(const void* value, SIMCLUSTER_HANDLE_KIND kind) {
+    if (!Find(value, kind)) return false;
+    handles_.erase(value);
+    return true;
+}
+
+DWORD HandleTable::Count(SIMCLUSTER_HANDLE_KIND kind) const {
+    DWORD count = 0;
+    for (const auto& entry : handles_)
+        if (kind == SIMCLUSTER_HANDLE_ALL || entry.second->kind == kind) ++count;
+    return count;
+}
+
+Simulator& Simulator::Instance() {
+    static Simulator simulator;
+    return simulator;
+}
+
+Simulator::Simulator() { InitializeCriticalSection(&lock); }
+
+void Simulator::LoadDefaultScenario() {
+    if (decided_) return;
+    decided_ = true;
+    wchar_t named[MAX_PATH * 4];
+    DWORD length = GetEnvironmentVariableW(L"ORVSIM_SCENARIO", named, ARRAYSIZE(named));
+    std::wstring path = length > 0 && length < ARRAYSIZE(named) ? std::wstring(named) : ModuleFolder() + L"scenario.json";
+    if (length == 0 && GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return;
+    std::string text;
+    if (!ReadWholeFile(path, text)) {
+        lastError = L"scenario: cannot read " + path;
+        return;
+    }
+    LoadScenario(text, path);
+}
+
+bool Simulator::LoadScenario(const std::string& json, const std::wstring& origin) {
+    decided_ = true;
+    try {
+        cluster = ReadScenario(json);
+        lastError.clear();
+        return true;
+    } catch (const ScenarioError& error) {
+        lastError = Widen(error.what());
+        if (!origin.empty()) lastError += L" (" + origin + L")";
+        return false;
+    }
+}
+
+void Simulator::Unload() {
+    decided_ = true;
+    cluster = Cluster();
+    lastError.clear();
+}
+
+int Simulator::Find(const std::wstring& entryPoint) {
+    for (int i = 0; i < static_cast<int>(EntryPoint::Count); ++i)
+        if (entryPoint == kEntryPointNames[i]) return i;
+    return -1;
+}
+
+DWORD Simulator::CountCall(EntryPoint entryPoint) {
+    int index = static_cast<int>(entryPoint);
+    ++calls_[index];
+    std::vector<InjectedFailure>& failures = failures_[index];
+    for (auto it = failures.begin(); it != failures.end(); ++it) {
+        if (it->before > 0) {
+            --it->before;
+            continue;
+        }
+        DWORD error = it->error;
+        if (!it->forever && --it->left == 0) failures.erase(it);
+        return error;
+    }
+    return ERROR_SUCCESS;
+}
+
+bool Simulator::InjectFailure(const std::wstring& entryPoint, DWORD nth, DWORD count, DWORD error) {
+    int index = Find(entryPoint);
+    if (index < 0) {
+        lastError = L"no entry point is named '" + entryPoint + L"'";
+        return false;
+    }
+    if (nth == 0 || error == ERROR_SUCCESS) {
+        lastError = L"a failure needs a call number of 1 or more and an error other than 0";
+        return false;
+    }
+    failures_[index].push_back(InjectedFailure{nth - 1, count, count == 0, error});
+    return true;
+}
+
+void Simulator::ClearFailures() {
+    for (std::vector<InjectedFailure>& failures : failures_) failures.clear();
+}
+
+DWORD Simulator::CallCount(const std::wstring& entryPoint) const {
+    int index = Find(entryPoint);
+    return index < 0 ? 0 : calls_[index];
+}
+
+void Simulator::ResetCounters() {
+    for (DWORD& calls : calls_) calls = 0;
+}
+
+}  // namespace simcluster

@@ -1,0 +1,155 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "model.h"
+#include "simcluster.h"
+
+namespace simcluster {
+
+// Every entry point of the simulated platform libraries, for call counting
+// and failure injection.
+#define SIMCLUSTER_ENTRY_POINTS(X)                                                                     \
+    X(AddClusterResourceDependency) X(AddClusterResourceNode) X(BackupClusterDatabase)                  \
+    X(ChangeClusterResourceGroup) X(CloseCluster) X(CloseClusterGroup) X(CloseClusterNetwork)           \
+    X(CloseClusterNode) X(CloseClusterResource) X(ClusterCloseEnum) X(ClusterControl) X(ClusterEnum)    \
+    X(ClusterGroupCloseEnum) X(ClusterGroupEnum) X(ClusterGroupOpenEnum) X(ClusterNetworkControl)       \
+    X(ClusterOpenEnum) X(ClusterResourceCloseEnum) X(ClusterResourceControl) X(ClusterResourceEnum)     \
+    X(ClusterResourceOpenEnum) X(CreateClusterGroup) X(CreateClusterResource) X(DeleteClusterGroup)     \
+    X(DeleteClusterResource) X(GetClusterGroupState) X(GetClusterInformation)                          \
+    X(GetClusterQuorumResource) X(GetClusterResourceNetworkName) X(GetClusterResourceState)            \
+    X(GetNodeClusterState) X(OfflineClusterResource) X(OnlineClusterGroup) X(OnlineClusterResource)     \
+    X(OpenCluster) X(OpenClusterGroup) X(OpenClusterNetwork) X(OpenClusterNode) X(OpenClusterResource) \
+    X(RemoveClusterResourceDependency) X(RemoveClusterResourceNode) X(RestoreClusterDatabase)          \
+    X(ResUtilFindSzProperty) X(ResUtilFindDwordProperty) X(ClusterIsPathOnSharedVolume)                 \
+    X(ClusterGetVolumePathName) X(ClusterGetVolumeNameForVolumeMountPoint)                             \
+    X(ClusterPrepareSharedVolumeForBackup) X(ClusterClearBackupStateForSharedVolume)
+
+enum class EntryPoint {
+#define SIMCLUSTER_ENUMERATOR(name) name,
+    SIMCLUSTER_ENTRY_POINTS(SIMCLUSTER_ENUMERATOR)
+#undef SIMCLUSTER_ENUMERATOR
+    Count
+};
+
+// What a cluster API handle stands for. The handle value is the address of
+// this record; a value that is not in the table is never dereferenced.
+struct Handle {
+    SIMCLUSTER_HANDLE_KIND kind;
+    ObjectId object = 0;      // the node, group, resource or network
+    ObjectId connection = 0;  // cluster handles: the node the connection was made to
+    std::vector<std::pair<DWORD, std::wstring>> items;  // enumerations: type and name, taken at opening
+};
+
+class HandleTable {
+public:
+    void* Open(Handle handle);
+    Handle* Find(const void* value, SIMCLUSTER_HANDLE_KIND kind);
+    bool Close(const void* value, SIMCLUSTER_HANDLE_KIND kind);
+    DWORD Count(SIMCLUSTER_HANDLE_KIND kind) const;
+
+private:
+    std::unordered_map<const void*, std::unique_ptr<Handle>> handles_;
+};
+
+// One failure plan for an entry point: skip `before` calls, then fail
+// `left` calls (forever when `forever`).
+struct InjectedFailure {
+    DWORD before;
+    DWORD left;
+    bool forever;
+    DWORD error;
+};
+
+// The simulator's process-wide state, guarded by one lock.
+class Simulator {
+public:
+    static Simulator& Instance();
+
+    CRITICAL_SECTION lock;
+    Cluster cluster;
+    HandleTable handles;
+    std::wstring lastError;
+
+    // Loads the scenario that the environment names, once, unless one was
+    // loaded (or unloaded) explicitly.
+    void LoadDefaultScenario();
+    bool LoadScenario(const std::string& json, const std::wstring& origin);
+    void Unload();
+
+    // Counts a call and answers the injected failure, if one is due.
+    DWORD CountCall(EntryPoint entryPoint);
+    bool InjectFailure(const std::wstring& entryPoint, DWORD nth, DWORD count, DWORD error);
+    void ClearFailures();
+    DWORD CallCount(const std::wstring& entryPoint) const;
+    void ResetCounters();
+
+private:
+    Simulator();
+    static int Find(const std::wstring& entryPoint);
+
+    bool decided_ = false;  // a scenario was loaded or refused, by hand or automatically
+    DWORD calls_[static_cast<int>(EntryPoint::Count)] = {};
+    std::vector<InjectedFailure> failures_[static_cast<int>(EntryPoint::Count)];
+};
+
+// Holds the simulator's lock for one call.
+class Locked {
+public:
+    Locked() : simulator_(Simulator::Instance()) { EnterCriticalSection(&simulator_.lock); }
+    ~Locked() { LeaveCriticalSection(&simulator_.lock); }
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
+    Simulator* operator->() { return &simulator_; }
+    Simulator& operator*() { return simulator_; }
+
+private:
+    Simulator& simulator_;
+};
+
+// Runs an entry point's body under the lock, after the default scenario was
+// loaded, the call counted and an injected failure applied (the body does
+// not run then). Answers the body's result or the injected error.
+template <class Body>
+DWORD RunEntryPoint(EntryPoint entryPoint, Body body) {
+    Locked simulator;
+    simulator->LoadDefaultScenario();
+    DWORD injected = simulator->CountCall(entryPoint);
+    if (injected != ERROR_SUCCESS) return injected;
+    return body(*simulator);
+}
+
+// The three ways an entry point reports a failure besides a status result.
+template <class Body>
+BOOL RunBoolEntryPoint(EntryPoint entryPoint, Body body) {
+    DWORD error = RunEntryPoint(entryPoint, body);
+    if (error == ERROR_SUCCESS) return TRUE;
+    SetLastError(error);
+    return FALSE;
+}
+
+template <class Result, class Body>
+Result RunHandleEntryPoint(EntryPoint entryPoint, Body body) {
+    Result result = nullptr;
+    DWORD error = RunEntryPoint(entryPoint, [&](Simulator& simulator) { return body(simulator, result); });
+    if (error == ERROR_SUCCESS) return result;
+    SetLastError(error);
+    return nullptr;
+}
+
+template <class State, class Body>
+State RunStateEntryPoint(EntryPoint entryPoint, Body body) {
+    State state = static_cast<State>(-1);
+    DWORD error = RunEntryPoint(entryPoint, [&](Simulator& simulator) { return body(simulator, state); });
+    if (error == ERROR_SUCCESS) return state;
+    SetLastError(error);
+    return static_cast<State>(-1);
+}
+
+}  // namespace simcluster

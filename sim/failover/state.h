@@ -1,0 +1,34 @@
+#pragma once
+
+#include "model.h"
+
+// Resource and group states in virtual time. Nothing runs in the background:
+// a transition records when it ends, and every read of a state first settles
+// the transitions whose end has passed on the shared virtual clock.
+
+namespace simcluster {
+
+ULONGLONG Now();
+
+bool IsPending(CLUSTER_RESOURCE_STATE state);
+
+CLUSTER_RESOURCE_STATE CurrentState(Resource& resource);
+CLUSTER_GROUP_STATE CurrentState(Cluster& cluster, Group& group);
+
+// Puts a resource in a state at once, ending any running transition.
+void ForceState(Resource& resource, CLUSTER_RESOURCE_STATE state);
+
+// OnlineClusterResource: brings the resource's dependencies online first,
+// then the resource. ERROR_SUCCESS when everything was online within the
+// call, ERROR_IO_PENDING while a transition runs, else the failure.
+DWORD BringOnline(Cluster& cluster, Resource& resource);
+
+// OfflineClusterResource: takes the resources that depend on this one
+// offline first. A failed resource goes offline at once.
+DWORD TakeOffline(Cluster& cluster, Resource& resource);
+
+// OnlineClusterGroup: moves the group to `destination` (its owner when null)
+// and brings all its resources online.
+DWORD BringGroupOnline(Cluster& cluster, Group& group, Node* destination);
+
+}  // namespace simcluster

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace simcluster {
+
+// Cluster object names, node names and registry paths compare without regard
+// to case, ordinally (no locale).
+bool SameName(const std::wstring& a, const std::wstring& b);
+bool StartsWithName(const std::wstring& text, const std::wstring& prefix);
+
+std::wstring Widen(const std::string& utf8);
+std::string Narrow(const std::wstring& wide);
+
+// A wide string handed in by a caller, which may be null.
+inline std::wstring FromCaller(const wchar_t* text) { return text ? std::wstring(text) : std::wstring(); }
+
+// Copies `text` into a caller's buffer of `*length` characters, the cluster
+// API way: the length given counts the terminator, the length returned does
+// not; a buffer that is missing or too small gets ERROR_MORE_DATA and the
+// needed length (again without the terminator).
+DWORD CopyName(const std::wstring& text, wchar_t* buffer, DWORD* length);
+
+}  // namespace simcluster
