@@ -1,0 +1,195 @@
+// Changes to the cluster: groups, resources, dependencies, possible owners,
+// and the cluster database's backup and restore.
+
+#include <string>
+
+#include "sim_test.h"
+
+namespace simtest {
+namespace {
+
+class Provisioning : public SimulatorTest {
+protected:
+    std::wstring GroupOf(HRESOURCE resource) {
+        wchar_t group[64];
+        DWORD length = 64;
+        Sim().GetClusterResourceState(resource, nullptr, nullptr, group, &length);
+        return group;
+    }
+};
+
+TEST_F(Provisioning, CreatedGroupAndResourceCanBeUsedAndDeletedAgain) {
+    Owned<HGROUP> group(Sim().CreateClusterGroup(cluster_.get(), L"NULLTESTGRP13"));
+    ASSERT_TRUE(group);
+    EXPECT_EQ(nullptr, Sim().CreateClusterGroup(cluster_.get(), L"nulltestgrp13"));
+    EXPECT_EQ(DWORD(ERROR_OBJECT_ALREADY_EXISTS), GetLastError());
+    EXPECT_EQ(nullptr, Sim().CreateClusterResource(group.get(), L"Toast", L"Toaster", 0));
+    EXPECT_EQ(DWORD(ERROR_CLUSTER_RESOURCE_TYPE_NOT_FOUND), GetLastError());
+
+    Owned<HRESOURCE> resource(Sim().CreateClusterResource(group.get(), L"TestNullRes13", L"IP Address", 0));
+    ASSERT_TRUE(resource);
+    EXPECT_EQ(ClusterResourceOffline, Sim().GetClusterResourceState(resource.get(), nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(L"NULLTESTGRP13", GroupOf(resource.get()));
+    EXPECT_EQ(DWORD(ERROR_DIR_NOT_EMPTY), Sim().DeleteClusterGroup(group.get()));
+
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().OnlineClusterResource(resource.get()));
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_ONLINE), Sim().DeleteClusterResource(resource.get()));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().OfflineClusterResource(resource.get()));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterResource(resource.get()));
+    // The handle outlives the resource and finds nothing.
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), Sim().OnlineClusterResource(resource.get()));
+    EXPECT_EQ(nullptr, Sim().OpenClusterResource(cluster_.get(), L"TestNullRes13"));
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), GetLastError());
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterGroup(group.get()));
+    EXPECT_EQ(nullptr, Sim().OpenClusterGroup(cluster_.get(), L"NULLTESTGRP13"));
+    EXPECT_EQ(DWORD(ERROR_GROUP_NOT_FOUND), GetLastError());
+}
+
+TEST_F(Provisioning, DependenciesFollowTheDocumentedRules) {
+    Owned<HRESOURCE> job = Resource(L"Orvane Job Engine");
+    Owned<HRESOURCE> name = Resource(L"Orvane Server Name");
+    Owned<HRESOURCE> ip = Resource(L"Orvane IP Address");
+    Owned<HRESOURCE> sql = Resource(L"SQL Server (MSSQLSERVER)");
+    EXPECT_EQ(DWORD(ERROR_CIRCULAR_DEPENDENCY), Sim().AddClusterResourceDependency(job.get(), job.get()));
+    EXPECT_EQ(DWORD(ERROR_CIRCULAR_DEPENDENCY), Sim().AddClusterResourceDependency(ip.get(), job.get()));
+    EXPECT_EQ(DWORD(ERROR_DEPENDENCY_ALREADY_EXISTS), Sim().AddClusterResourceDependency(job.get(), name.get()));
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), Sim().AddClusterResourceDependency(job.get(), sql.get()));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().AddClusterResourceDependency(job.get(), ip.get()));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().RemoveClusterResourceDependency(job.get(), ip.get()));
+    EXPECT_EQ(DWORD(ERROR_DEPENDENCY_NOT_FOUND), Sim().RemoveClusterResourceDependency(job.get(), ip.get()));
+
+    SimCluster_SetResourceState(L"Orvane IP Address", ClusterResourceOffline);
+    EXPECT_EQ(DWORD(ERROR_DEPENDENT_RESOURCE_EXISTS), Sim().DeleteClusterResource(ip.get()));
+    SimCluster_SetResourceState(L"Cluster Disk Q", ClusterResourceOffline);
+    Owned<HRESOURCE> quorum = Resource(L"Cluster Disk Q");
+    EXPECT_EQ(DWORD(ERROR_CORE_RESOURCE), Sim().DeleteClusterResource(quorum.get()));
+    Owned<HRESOURCE> clusterIp = Resource(L"Cluster IP Address");
+    EXPECT_EQ(DWORD(ERROR_DEPENDENCY_NOT_ALLOWED), Sim().AddClusterResourceDependency(quorum.get(), clusterIp.get()));
+}
+
+TEST_F(Provisioning, ChangingTheGroupOfAResourceMovesItsWholeDependencyTree) {
+    Owned<HGROUP> target(Sim().CreateClusterGroup(cluster_.get(), L"New Orvane Group"));
+    Owned<HRESOURCE> discovery = Resource(L"Orvane Discovery Service");
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().ChangeClusterResourceGroup(discovery.get(), target.get()));
+    for (const wchar_t* moved : {L"Orvane Discovery Service", L"Orvane Server Name", L"Orvane IP Address",
+                                 L"Orvane Job Engine", L"Cluster Disk 1", L"Cluster Disk 2"})
+        EXPECT_EQ(L"New Orvane Group", GroupOf(Resource(moved).get())) << Utf8(moved);
+    Owned<HGROUP> old = Group(L"Orvane Group");
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterGroup(old.get()));
+
+    // The groups must have the same owner.
+    Owned<HCLUSTER> node2(Sim().OpenCluster(L"NODE2"));
+    Owned<HGROUP> elsewhere(Sim().CreateClusterGroup(node2.get(), L"Group On NODE2"));
+    EXPECT_EQ(DWORD(ERROR_HOST_NODE_NOT_GROUP_OWNER), Sim().ChangeClusterResourceGroup(discovery.get(), elsewhere.get()));
+}
+
+TEST_F(Provisioning, PossibleOwnersAreAddedAndRemovedOnce) {
+    Owned<HRESOURCE> job = Resource(L"Orvane Job Engine");
+    Owned<HNODE> node1 = Node(L"NODE1");
+    Owned<HNODE> node2 = Node(L"NODE2");
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().RemoveClusterResourceNode(job.get(), node2.get()));
+    EXPECT_EQ(DWORD(ERROR_CLUSTER_NODE_NOT_FOUND), Sim().RemoveClusterResourceNode(job.get(), node2.get()));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().AddClusterResourceNode(job.get(), node2.get()));
+    EXPECT_EQ(DWORD(ERROR_OBJECT_ALREADY_EXISTS), Sim().AddClusterResourceNode(job.get(), node2.get()));
+    EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Sim().RemoveClusterResourceNode(job.get(), node1.get()));  // its online owner
+}
+
+TEST_F(Provisioning, NetworkNameIsTheNameOfTheNetworkNameResourceDependedOn) {
+    Owned<HRESOURCE> job = Resource(L"Orvane Job Engine");
+    wchar_t name[16];
+    DWORD length = 10;
+    ASSERT_TRUE(Sim().GetClusterResourceNetworkName(job.get(), name, &length));
+    EXPECT_STREQ(L"ORVANESRV", name);
+    EXPECT_EQ(9u, length);
+    length = 9;
+    EXPECT_FALSE(Sim().GetClusterResourceNetworkName(job.get(), name, &length));
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
+    EXPECT_EQ(9u, length);
+    Owned<HRESOURCE> disk = Resource(L"Cluster Disk 1");
+    length = 16;
+    EXPECT_FALSE(Sim().GetClusterResourceNetworkName(disk.get(), name, &length));
+    EXPECT_EQ(DWORD(ERROR_DEPENDENCY_NOT_FOUND), GetLastError());
+}
+
+TEST_F(Provisioning, ClusterInformationAndQuorumFollowTheLengthConventions) {
+    wchar_t name[16], device[16];
+    DWORD nameLength = 16, deviceLength = 3, logSize = 0;
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA), Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device,
+                                                                      &deviceLength, &logSize));
+    EXPECT_EQ(14u, nameLength);
+    EXPECT_EQ(11u, deviceLength);
+    nameLength = deviceLength = 16;
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device,
+                                                                    &deviceLength, &logSize));
+    EXPECT_STREQ(L"Cluster Disk Q", name);
+    EXPECT_STREQ(L"Q:\\Cluster\\", device);
+    EXPECT_EQ(4194304u, logSize);
+
+    CLUSTERVERSIONINFO version = {};
+    version.dwVersionInfoSize = sizeof version;
+    nameLength = 9;
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA), Sim().GetClusterInformation(cluster_.get(), name, &nameLength, &version));
+    EXPECT_EQ(9u, nameLength);
+    nameLength = 10;
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().GetClusterInformation(cluster_.get(), name, &nameLength, &version));
+    EXPECT_STREQ(L"ORVCLUS01", name);
+    EXPECT_EQ(6, version.MajorVersion);
+    EXPECT_EQ(7601, version.BuildNumber);
+    EXPECT_STREQ(L"Service Pack 1", version.szCSDVersion);
+
+    Owned<HCLUSTER> byAddress(Sim().OpenCluster(L"10.20.30.10"));
+    EXPECT_TRUE(byAddress);
+    EXPECT_EQ(nullptr, Sim().OpenCluster(L"OTHERCLUSTER"));
+    EXPECT_EQ(DWORD(RPC_S_SERVER_UNAVAILABLE), GetLastError());
+}
+
+class Backup : public Provisioning {
+protected:
+    void SetUp() override {
+        Provisioning::SetUp();
+        wchar_t temp[MAX_PATH];
+        GetTempPathW(MAX_PATH, temp);
+        folder_ = std::wstring(temp) + L"orvsim-backup-" + std::to_wstring(GetCurrentProcessId());
+        CreateDirectoryW(folder_.c_str(), nullptr);
+    }
+    void TearDown() override {
+        for (const wchar_t* file : {L"\\Clusbackup.dat", L"\\chk0001.tmp", L"\\quolog.log"}) {
+            SetFileAttributesW((folder_ + file).c_str(), FILE_ATTRIBUTE_NORMAL);
+            DeleteFileW((folder_ + file).c_str());
+        }
+        RemoveDirectoryW(folder_.c_str());
+        Provisioning::TearDown();
+    }
+    std::wstring folder_;
+};
+
+TEST_F(Backup, BackupWritesTheDocumentedFilesAndRestoreBringsThatClusterBack) {
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().BackupClusterDatabase(cluster_.get(), folder_.c_str()));
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().BackupClusterDatabase(cluster_.get(), (folder_ + L"\\").c_str()));
+    DWORD marker = GetFileAttributesW((folder_ + L"\\Clusbackup.dat").c_str());
+    EXPECT_EQ(DWORD(FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN),
+              marker & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN));
+    EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((folder_ + L"\\quolog.log").c_str()));
+    EXPECT_EQ(DWORD(ERROR_PATH_NOT_FOUND),
+              Sim().BackupClusterDatabase(cluster_.get(), (folder_ + L"\\missing\\deeper").c_str()));
+    EXPECT_EQ(DWORD(ERROR_DIRECTORY), Sim().BackupClusterDatabase(cluster_.get(), (folder_ + L"\\quolog.log").c_str()));
+
+    { Owned<HGROUP> added(Sim().CreateClusterGroup(cluster_.get(), L"Made After The Backup")); }
+    EXPECT_EQ(DWORD(ERROR_CLUSTER_NODE_UP), Sim().RestoreClusterDatabase(folder_.c_str(), FALSE, nullptr));
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), Sim().RestoreClusterDatabase(folder_.c_str(), TRUE, L"QQ"));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().RestoreClusterDatabase(folder_.c_str(), TRUE, L"Q:"));
+    EXPECT_EQ(nullptr, Sim().OpenClusterGroup(cluster_.get(), L"Made After The Backup"));
+    DWORD state = 0;
+    Sim().GetNodeClusterState(L"NODE2", &state);
+    EXPECT_EQ(DWORD(ClusterStateNotRunning), state);  // the forced restore stopped the other node
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().RestoreClusterDatabase(folder_.c_str(), FALSE, nullptr));
+
+    EXPECT_EQ(DWORD(ERROR_FILE_NOT_FOUND), Sim().RestoreClusterDatabase(L"C:\\windows", TRUE, nullptr));
+    ASSERT_TRUE(SimCluster_LoadScenarioText(
+        R"({"cluster": {"name": "C", "backupSupported": false}, "nodes": [{"name": "N", "local": true}]})"));
+    EXPECT_EQ(DWORD(ERROR_CALL_NOT_IMPLEMENTED), Sim().BackupClusterDatabase(cluster_.get(), folder_.c_str()));
+    EXPECT_EQ(DWORD(ERROR_CALL_NOT_IMPLEMENTED), Sim().RestoreClusterDatabase(folder_.c_str(), TRUE, nullptr));
+}
+
+}  // namespace
+}  // namespace simtest

@@ -1,0 +1,105 @@
+#include "sim_test.h"
+
+namespace simtest {
+
+namespace {
+
+template <class F>
+F Bind(const wchar_t* library, const char* name) {
+    HMODULE module = LoadLibraryW(library);
+    return module ? reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name))) : nullptr;
+}
+
+Api BindAll() {
+    Api api;
+#define SIMTEST_BIND(name)                                                                             \
+    api.name = Bind<name##Function>(L"clusapi.dll", #name);                                            \
+    if (!api.name) api.name = Bind<name##Function>(L"resutils.dll", #name);
+    SIMTEST_ENTRY_POINTS(SIMTEST_BIND)
+#undef SIMTEST_BIND
+    return api;
+}
+
+}  // namespace
+
+const Api& Sim() {
+    static const Api api = BindAll();
+    return api;
+}
+
+std::string Utf8(const std::wstring& text) {
+    std::string utf8;
+    for (wchar_t c : text) utf8 += c < 128 ? static_cast<char>(c) : '?';
+    return utf8;
+}
+
+std::wstring ExampleScenario() {
+    std::string path = SIMTEST_EXAMPLE_SCENARIO;  // a path of the build machine, seen through drive Z:
+    std::wstring wide = L"Z:";
+    for (char c : path) wide += c == '/' ? L'\\' : static_cast<wchar_t>(c);
+    return wide;
+}
+
+void SimulatorTest::SetUp() {
+    ASSERT_TRUE(SimCluster_LoadScenarioFile(ExampleScenario().c_str())) << Utf8(SimCluster_LastError());
+    SimCluster_ClearFailures();
+    SimCluster_ResetCounters();
+    cluster_ = OpenLocal();
+    ASSERT_TRUE(cluster_) << GetLastError();
+}
+
+void SimulatorTest::TearDown() {
+    cluster_.reset();
+    EXPECT_EQ(0u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL)) << "the test left handles open";
+}
+
+Owned<HCLUSTER> SimulatorTest::OpenLocal() { return Owned<HCLUSTER>(Sim().OpenCluster(nullptr)); }
+
+Owned<HRESOURCE> SimulatorTest::Resource(const wchar_t* name) {
+    return Owned<HRESOURCE>(Sim().OpenClusterResource(cluster_.get(), name));
+}
+
+Owned<HGROUP> SimulatorTest::Group(const wchar_t* name) {
+    return Owned<HGROUP>(Sim().OpenClusterGroup(cluster_.get(), name));
+}
+
+Owned<HNODE> SimulatorTest::Node(const wchar_t* name) {
+    return Owned<HNODE>(Sim().OpenClusterNode(cluster_.get(), name));
+}
+
+std::vector<BYTE> SimulatorTest::ResourceControl(const wchar_t* resource, DWORD code, const void* input,
+                                                 DWORD inputSize, DWORD* result) {
+    Owned<HRESOURCE> handle = Resource(resource);
+    std::vector<BYTE> answer(8);
+    DWORD returned = 0;
+    DWORD status = Sim().ClusterResourceControl(handle.get(), nullptr, code, const_cast<void*>(input), inputSize,
+                                                answer.data(), static_cast<DWORD>(answer.size()), &returned);
+    if (status == ERROR_MORE_DATA) {
+        answer.resize(returned);
+        status = Sim().ClusterResourceControl(handle.get(), nullptr, code, const_cast<void*>(input), inputSize,
+                                              answer.data(), returned, &returned);
+    }
+    answer.resize(status == ERROR_SUCCESS ? returned : 0);
+    if (result) *result = status;
+    return answer;
+}
+
+std::vector<std::wstring> SimulatorTest::ClusterNames(DWORD types) {
+    std::vector<std::wstring> names;
+    Owned<HCLUSENUM> enumeration(Sim().ClusterOpenEnum(cluster_.get(), types));
+    wchar_t name[260];
+    DWORD type = 0;
+    for (DWORD index = 0;; ++index) {
+        DWORD length = 260;
+        if (Sim().ClusterEnum(enumeration.get(), index, &type, name, &length) != ERROR_SUCCESS) break;
+        names.push_back(name);
+    }
+    return names;
+}
+
+CLUSTER_RESOURCE_STATE SimulatorTest::StateOf(const wchar_t* resource) {
+    Owned<HRESOURCE> handle = Resource(resource);
+    return Sim().GetClusterResourceState(handle.get(), nullptr, nullptr, nullptr, nullptr);
+}
+
+}  // namespace simtest

@@ -1,0 +1,86 @@
+#pragma once
+
+// Tests of the cluster simulator through its own exports: the entry points
+// are bound by name from its clusapi.dll and resutils.dll, as the library
+// binds them; the control API comes from simcluster.h.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "orvcluster/cluster_api.h"
+#include "simclock.h"
+#include "simcluster.h"
+
+namespace simtest {
+
+#define SIMTEST_ENTRY_POINTS(X)                                                                                \
+    X(AddClusterResourceDependency) X(AddClusterResourceNode) X(BackupClusterDatabase)                        \
+    X(ChangeClusterResourceGroup) X(CloseCluster) X(CloseClusterGroup) X(CloseClusterNetwork)                 \
+    X(CloseClusterNode) X(CloseClusterResource) X(ClusterCloseEnum) X(ClusterControl) X(ClusterEnum)          \
+    X(ClusterGroupCloseEnum) X(ClusterGroupEnum) X(ClusterGroupOpenEnum) X(ClusterNetworkControl)             \
+    X(ClusterOpenEnum) X(ClusterResourceCloseEnum) X(ClusterResourceControl) X(ClusterResourceEnum)           \
+    X(ClusterResourceOpenEnum) X(CreateClusterGroup) X(CreateClusterResource) X(DeleteClusterGroup)           \
+    X(DeleteClusterResource) X(GetClusterGroupState) X(GetClusterInformation) X(GetClusterQuorumResource)     \
+    X(GetClusterResourceNetworkName) X(GetClusterResourceState) X(GetNodeClusterState)                        \
+    X(OfflineClusterResource) X(OnlineClusterGroup) X(OnlineClusterResource) X(OpenCluster)                   \
+    X(OpenClusterGroup) X(OpenClusterNetwork) X(OpenClusterNode) X(OpenClusterResource)                       \
+    X(RemoveClusterResourceDependency) X(RemoveClusterResourceNode) X(RestoreClusterDatabase)                 \
+    X(ResUtilFindSzProperty) X(ResUtilFindDwordProperty) X(ClusterIsPathOnSharedVolume)                        \
+    X(ClusterGetVolumePathName) X(ClusterGetVolumeNameForVolumeMountPoint)                                    \
+    X(ClusterPrepareSharedVolumeForBackup) X(ClusterClearBackupStateForSharedVolume)
+
+// Every entry point, looked up by name in the simulator's DLLs.
+struct Api {
+#define SIMTEST_FIELD(name) name##Function name;
+    SIMTEST_ENTRY_POINTS(SIMTEST_FIELD)
+#undef SIMTEST_FIELD
+};
+const Api& Sim();
+
+// Closes a cluster API handle when it goes out of scope.
+struct HandleCloser {
+    void operator()(HCLUSTER handle) const { Sim().CloseCluster(handle); }
+    void operator()(HNODE handle) const { Sim().CloseClusterNode(handle); }
+    void operator()(HGROUP handle) const { Sim().CloseClusterGroup(handle); }
+    void operator()(HRESOURCE handle) const { Sim().CloseClusterResource(handle); }
+    void operator()(HNETWORK handle) const { Sim().CloseClusterNetwork(handle); }
+    void operator()(HCLUSENUM handle) const { Sim().ClusterCloseEnum(handle); }
+    void operator()(HGROUPENUM handle) const { Sim().ClusterGroupCloseEnum(handle); }
+    void operator()(HRESENUM handle) const { Sim().ClusterResourceCloseEnum(handle); }
+};
+template <class H>
+using Owned = std::unique_ptr<std::remove_pointer_t<H>, HandleCloser>;
+
+std::string Utf8(const std::wstring& text);
+
+// The demo cluster, examples/scenarios/two-node-failover.json.
+std::wstring ExampleScenario();
+
+// Loads the demo cluster before each test, with failures and counters
+// cleared, and checks afterwards that the test closed every handle.
+class SimulatorTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    Owned<HCLUSTER> OpenLocal();
+    Owned<HRESOURCE> Resource(const wchar_t* name);
+    Owned<HGROUP> Group(const wchar_t* name);
+    Owned<HNODE> Node(const wchar_t* name);
+
+    // A control's whole answer, asked for with a growing buffer.
+    std::vector<BYTE> ResourceControl(const wchar_t* resource, DWORD code, const void* input = nullptr,
+                                      DWORD inputSize = 0, DWORD* result = nullptr);
+    // The names an enumeration gives, through ClusterEnum.
+    std::vector<std::wstring> ClusterNames(DWORD types);
+    CLUSTER_RESOURCE_STATE StateOf(const wchar_t* resource);
+
+    Owned<HCLUSTER> cluster_;
+};
+
+}  // namespace simtest

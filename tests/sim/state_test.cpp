@@ -1,0 +1,156 @@
+// Resource, group and node states, and transitions in virtual time.
+
+#include "sim_test.h"
+
+namespace simtest {
+namespace {
+
+class States : public SimulatorTest {
+protected:
+    DWORD Online(const wchar_t* name) { return Sim().OnlineClusterResource(Resource(name).get()); }
+    DWORD Offline(const wchar_t* name) { return Sim().OfflineClusterResource(Resource(name).get()); }
+    void SetOffline(std::initializer_list<const wchar_t*> names) {
+        for (const wchar_t* name : names) ASSERT_TRUE(SimCluster_SetResourceState(name, ClusterResourceOffline));
+    }
+};
+
+TEST_F(States, ScriptedOnlineIsPendingUntilTheScriptedVirtualMoment) {
+    SetOffline({L"Orvane Discovery Service"});
+    ASSERT_TRUE(SimCluster_ScriptTransition(L"Orvane Discovery Service", ClusterResourceOnline, 3000, ClusterResourceOnline));
+    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Online(L"Orvane Discovery Service"));
+    EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Discovery Service"));
+    Owned<HGROUP> group = Group(L"Orvane Group");
+    EXPECT_EQ(ClusterGroupPending, Sim().GetClusterGroupState(group.get(), nullptr, nullptr));
+    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Online(L"Orvane Discovery Service"));  // asking again changes nothing
+    SimClock_Sleep(2999);
+    EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Discovery Service"));
+    SimClock_Sleep(1);
+    EXPECT_EQ(ClusterResourceOnline, StateOf(L"Orvane Discovery Service"));
+    EXPECT_EQ(ClusterGroupOnline, Sim().GetClusterGroupState(group.get(), nullptr, nullptr));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Online(L"Orvane Discovery Service"));
+}
+
+TEST_F(States, ScriptedFailureEndsFailedAndOfflineOfAFailedResourceIsImmediate) {
+    SetOffline({L"Orvane Discovery Service"});
+    SimCluster_ScriptTransition(L"Orvane Discovery Service", ClusterResourceOnline, 500, ClusterResourceFailed);
+    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Online(L"Orvane Discovery Service"));
+    SimClock_Sleep(500);
+    EXPECT_EQ(ClusterResourceFailed, StateOf(L"Orvane Discovery Service"));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Offline(L"Orvane Discovery Service"));
+    EXPECT_EQ(ClusterResourceOffline, StateOf(L"Orvane Discovery Service"));
+    // Without delay the failure comes within the call.
+    SimCluster_ScriptTransition(L"Orvane Discovery Service", ClusterResourceOnline, 0, ClusterResourceFailed);
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_FAILED), Online(L"Orvane Discovery Service"));
+}
+
+TEST_F(States, OnlineWaitsForTheResourcesDependedOn) {
+    SetOffline({L"Orvane Job Engine", L"Orvane Tape Engine", L"Orvane Discovery Service", L"Orvane Server Name",
+                L"Orvane IP Address"});
+    SimCluster_ScriptTransition(L"Orvane IP Address", ClusterResourceOnline, 1000, ClusterResourceOnline);
+    SimCluster_ScriptTransition(L"Orvane Server Name", ClusterResourceOnline, 2000, ClusterResourceOnline);
+    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Online(L"Orvane Job Engine"));
+    EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane IP Address"));
+    EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Job Engine"));
+    SimClock_Sleep(1000);
+    EXPECT_EQ(ClusterResourceOnline, StateOf(L"Orvane IP Address"));
+    EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Server Name"));
+    SimClock_Sleep(1999);
+    EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Job Engine"));
+    SimClock_Sleep(1);
+    EXPECT_EQ(ClusterResourceOnline, StateOf(L"Orvane Job Engine"));
+    EXPECT_EQ(ClusterResourceOffline, StateOf(L"Orvane Tape Engine"));  // not asked for
+}
+
+TEST_F(States, OfflineTakesTheDependentsFirstAndRefusesOnlineMeanwhile) {
+    SimCluster_ScriptTransition(L"Orvane Job Engine", ClusterResourceOffline, 1000, ClusterResourceOffline);
+    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Offline(L"Orvane Server Name"));
+    EXPECT_EQ(ClusterResourceOffline, StateOf(L"Orvane Tape Engine"));
+    EXPECT_EQ(ClusterResourceOfflinePending, StateOf(L"Orvane Job Engine"));
+    EXPECT_EQ(ClusterResourceOfflinePending, StateOf(L"Orvane Server Name"));
+    EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Online(L"Orvane Server Name"));
+    SimClock_Sleep(1000);
+    EXPECT_EQ(ClusterResourceOffline, StateOf(L"Orvane Server Name"));
+    EXPECT_EQ(ClusterResourceOnline, StateOf(L"Orvane IP Address"));
+    // A pending state set by hand lasts, and offline is refused from it.
+    SimCluster_SetResourceState(L"Orvane IP Address", ClusterResourceOnlinePending);
+    SimClock_Sleep(600000);
+    EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane IP Address"));
+    EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Offline(L"Orvane IP Address"));
+}
+
+TEST_F(States, StateQueriesFillOwnerAndGroupNamesByTheDocumentedBufferRules) {
+    Owned<HRESOURCE> resource = Resource(L"SQL Server (MSSQLSERVER)");
+    wchar_t node[6], group[64];
+    DWORD nodeLength = 6, groupLength = 64;
+    EXPECT_EQ(ClusterResourceOnline, Sim().GetClusterResourceState(resource.get(), node, &nodeLength, group, &groupLength));
+    EXPECT_STREQ(L"NODE2", node);
+    EXPECT_EQ(5u, nodeLength);
+    EXPECT_STREQ(L"SQL Server (MSSQLSERVER)", group);
+    EXPECT_EQ(24u, groupLength);
+    nodeLength = 5;
+    groupLength = 64;
+    EXPECT_EQ(ClusterResourceStateUnknown,
+              Sim().GetClusterResourceState(resource.get(), node, &nodeLength, group, &groupLength));
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
+    EXPECT_EQ(5u, nodeLength);
+
+    Owned<HGROUP> sql = Group(L"SQL Server (MSSQLSERVER)");
+    nodeLength = 2;
+    EXPECT_EQ(ClusterGroupStateUnknown, Sim().GetClusterGroupState(sql.get(), node, &nodeLength));
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
+    EXPECT_EQ(5u, nodeLength);
+    nodeLength = 6;
+    EXPECT_EQ(ClusterGroupOnline, Sim().GetClusterGroupState(sql.get(), node, &nodeLength));
+    EXPECT_STREQ(L"NODE2", node);
+
+    EXPECT_EQ(ClusterResourceStateUnknown, Sim().GetClusterResourceState(nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(DWORD(ERROR_INVALID_HANDLE), GetLastError());
+}
+
+TEST_F(States, OnlineClusterGroupMovesTheGroupAndBringsItsResourcesOnline) {
+    SetOffline({L"SQL IP Address", L"SQL Network Name (SQLVS01)", L"Cluster Disk 4", L"SQL Server (MSSQLSERVER)",
+                L"SQL Server Agent (MSSQLSERVER)"});
+    Owned<HGROUP> sql = Group(L"SQL Server (MSSQLSERVER)");
+    Owned<HNODE> node1 = Node(L"NODE1");
+    EXPECT_EQ(ClusterGroupOffline, Sim().GetClusterGroupState(sql.get(), nullptr, nullptr));
+    SimCluster_ScriptTransition(L"Cluster Disk 4", ClusterResourceOnline, 5000, ClusterResourceOnline);
+    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Sim().OnlineClusterGroup(sql.get(), node1.get()));
+    EXPECT_EQ(ClusterGroupPending, Sim().GetClusterGroupState(sql.get(), nullptr, nullptr));
+    SimClock_Sleep(5000);
+    wchar_t owner[16];
+    DWORD length = 16;
+    EXPECT_EQ(ClusterGroupOnline, Sim().GetClusterGroupState(sql.get(), owner, &length));
+    EXPECT_STREQ(L"NODE1", owner);
+
+    SimCluster_SetNodeState(L"NODE2", ClusterNodeDown);
+    Owned<HNODE> node2 = Node(L"NODE2");
+    EXPECT_EQ(DWORD(ERROR_HOST_NODE_NOT_AVAILABLE), Sim().OnlineClusterGroup(sql.get(), node2.get()));
+}
+
+TEST_F(States, NodeClusterStateFollowsTheNodes) {
+    auto state = [](const wchar_t* node) {
+        DWORD value = 99;
+        EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().GetNodeClusterState(node, &value));
+        return value;
+    };
+    EXPECT_EQ(DWORD(ClusterStateRunning), state(nullptr));
+    SimCluster_SetNodeState(L"NODE2", ClusterNodePaused);
+    EXPECT_EQ(DWORD(ClusterStateRunning), state(L"node2"));
+    SimCluster_SetNodeState(L"NODE1", ClusterNodeDown);
+    EXPECT_EQ(DWORD(ClusterStateNotRunning), state(nullptr));
+    EXPECT_EQ(nullptr, Sim().OpenCluster(nullptr));
+    Owned<HCLUSTER> byName(Sim().OpenCluster(L"ORVCLUS01"));  // reaches the other node
+    EXPECT_TRUE(byName);
+    EXPECT_EQ(DWORD(ClusterStateNotInstalled), state(L"PC-OUTSIDE"));
+
+    ASSERT_TRUE(SimCluster_LoadScenarioText(R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}]})"));
+    EXPECT_EQ(DWORD(ClusterStateNotConfigured), state(nullptr));
+    ASSERT_TRUE(SimCluster_LoadScenarioText(
+        R"({"cluster": {"name": "C", "installed": false}, "nodes": [{"name": "N", "local": true}]})"));
+    EXPECT_EQ(DWORD(ClusterStateNotInstalled), state(nullptr));
+    EXPECT_EQ(nullptr, Sim().OpenCluster(nullptr));
+    EXPECT_EQ(DWORD(RPC_S_SERVER_UNAVAILABLE), GetLastError());
+}
+
+}  // namespace
+}  // namespace simtest
