@@ -29,9 +29,7 @@ DWORD CheckFolder(const std::wstring& folder) {
     return attributes & FILE_ATTRIBUTE_DIRECTORY ? DWORD(ERROR_SUCCESS) : DWORD(ERROR_DIRECTORY);
 }
 
-bool ValidDrive(const wchar_t* drive) {
-    return iswalpha(drive[0]) && drive[1] == L':' && drive[2] == L'\0';
-}
+bool ValidDrive(const wchar_t* drive) { return iswalpha(drive[0]) && drive[1] == L':' && drive[2] == L'\0'; }
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "backup.h"
 #include "controls.h"
@@ -69,6 +70,15 @@ DWORD Resolve(Simulator& simulator, HNETWORK value, Network*& network) {
                          [&](ObjectId id) { return simulator.cluster.FindNetwork(id); });
 }
 
+// Resolves handle after handle, up to the first that fails.
+inline DWORD ResolveAll(Simulator&) { return ERROR_SUCCESS; }
+
+template <class Value, class Object, class... Rest>
+DWORD ResolveAll(Simulator& simulator, Value value, Object*& object, Rest&&... rest) {
+    DWORD error = Resolve(simulator, value, object);
+    return error != ERROR_SUCCESS ? error : ResolveAll(simulator, std::forward<Rest>(rest)...);
+}
+
 // An optional node argument: null, or a node handle.
 DWORD ResolveOptional(Simulator& simulator, HNODE value, Node*& node) {
     node = nullptr;
@@ -133,7 +143,7 @@ DWORD ClusterItems(Cluster& cluster, DWORD types, Items& items) {
     return ERROR_SUCCESS;  // the simulated networks have no interfaces
 }
 
-DWORD ResourceItems(Cluster& cluster, Resource& resource, DWORD types, Items& items) {
+DWORD ListItems(Cluster& cluster, Resource& resource, DWORD types, Items& items) {
     const DWORD known = CLUSTER_RESOURCE_ENUM_DEPENDS | CLUSTER_RESOURCE_ENUM_PROVIDES | CLUSTER_RESOURCE_ENUM_NODES;
     if (types == 0 || (types & ~known)) return ERROR_INVALID_PARAMETER;
     if (types & CLUSTER_RESOURCE_ENUM_DEPENDS)
@@ -148,11 +158,12 @@ DWORD ResourceItems(Cluster& cluster, Resource& resource, DWORD types, Items& it
     return ERROR_SUCCESS;
 }
 
-DWORD GroupItems(Cluster& cluster, Group& group, DWORD types, Items& items) {
+DWORD ListItems(Cluster& cluster, Group& group, DWORD types, Items& items) {
     const DWORD known = CLUSTER_GROUP_ENUM_CONTAINS | CLUSTER_GROUP_ENUM_NODES;
     if (types == 0 || (types & ~known)) return ERROR_INVALID_PARAMETER;
     if (types & CLUSTER_GROUP_ENUM_CONTAINS)
-        for (Resource* member : cluster.ResourcesOf(group)) items.emplace_back(CLUSTER_GROUP_ENUM_CONTAINS, member->name);
+        for (Resource* member : cluster.ResourcesOf(group))
+            items.emplace_back(CLUSTER_GROUP_ENUM_CONTAINS, member->name);
     if (types & CLUSTER_GROUP_ENUM_NODES) AddNodeItems(cluster, items, CLUSTER_GROUP_ENUM_NODES, group.preferredOwners);
     return ERROR_SUCCESS;
 }
@@ -164,6 +175,16 @@ DWORD OpenEnumeration(Simulator& simulator, SIMCLUSTER_HANDLE_KIND kind, Items i
     handle.items = std::move(items);
     result = static_cast<Result>(simulator.handles.Open(std::move(handle)));
     return ERROR_SUCCESS;
+}
+
+// An enumeration of what relates to the object behind a resource or group handle.
+template <class Object, class Value, class Result>
+DWORD OpenRelations(Simulator& simulator, Value value, DWORD types, SIMCLUSTER_HANDLE_KIND kind, Result& result) {
+    Object* object = nullptr;
+    Items items;
+    DWORD error = Resolve(simulator, value, object);
+    if (error == ERROR_SUCCESS) error = ListItems(simulator.cluster, *object, types, items);
+    return error != ERROR_SUCCESS ? error : OpenEnumeration(simulator, kind, std::move(items), result);
 }
 
 // One entry of an enumeration taken when it was opened.
@@ -241,8 +262,9 @@ HCLUSTER WINAPI OpenCluster(LPCWSTR name) {
 }
 
 BOOL WINAPI CloseCluster(HCLUSTER cluster) {
-    return RunBoolEntryPoint(EntryPoint::CloseCluster,
-                             [&](Simulator& simulator) -> DWORD { return Close(simulator, cluster, SIMCLUSTER_HANDLE_CLUSTER); });
+    return RunBoolEntryPoint(EntryPoint::CloseCluster, [&](Simulator& simulator) -> DWORD {
+        return Close(simulator, cluster, SIMCLUSTER_HANDLE_CLUSTER);
+    });
 }
 
 DWORD WINAPI GetClusterInformation(HCLUSTER cluster, LPWSTR name, LPDWORD length, CLUSTERVERSIONINFO* version) {
@@ -259,13 +281,14 @@ DWORD WINAPI GetClusterInformation(HCLUSTER cluster, LPWSTR name, LPDWORD length
 }
 
 HCLUSENUM WINAPI ClusterOpenEnum(HCLUSTER cluster, DWORD types) {
-    return RunHandleEntryPoint<HCLUSENUM>(EntryPoint::ClusterOpenEnum, [&](Simulator& simulator, HCLUSENUM& result) -> DWORD {
-        Items items;
-        DWORD error = ResolveCluster(simulator, cluster);
-        if (error == ERROR_SUCCESS) error = ClusterItems(simulator.cluster, types, items);
-        if (error != ERROR_SUCCESS) return error;
-        return OpenEnumeration(simulator, SIMCLUSTER_HANDLE_CLUSTER_ENUM, std::move(items), result);
-    });
+    return RunHandleEntryPoint<HCLUSENUM>(
+        EntryPoint::ClusterOpenEnum, [&](Simulator& simulator, HCLUSENUM& result) -> DWORD {
+            Items items;
+            DWORD error = ResolveCluster(simulator, cluster);
+            if (error == ERROR_SUCCESS) error = ClusterItems(simulator.cluster, types, items);
+            if (error != ERROR_SUCCESS) return error;
+            return OpenEnumeration(simulator, SIMCLUSTER_HANDLE_CLUSTER_ENUM, std::move(items), result);
+        });
 }
 
 DWORD WINAPI ClusterEnum(HCLUSENUM enumeration, DWORD index, LPDWORD type, LPWSTR name, LPDWORD length) {
@@ -280,8 +303,8 @@ DWORD WINAPI ClusterCloseEnum(HCLUSENUM enumeration) {
     });
 }
 
-DWORD WINAPI ClusterControl(HCLUSTER cluster, HNODE hostNode, DWORD code, LPVOID input, DWORD inputSize,
-                            LPVOID output, DWORD outputSize, LPDWORD returned) {
+DWORD WINAPI ClusterControl(HCLUSTER cluster, HNODE hostNode, DWORD code, LPVOID input, DWORD inputSize, LPVOID output,
+                            DWORD outputSize, LPDWORD returned) {
     return RunEntryPoint(EntryPoint::ClusterControl, [&](Simulator& simulator) -> DWORD {
         Node* node = nullptr;
         DWORD error = ResolveCluster(simulator, cluster);
@@ -292,10 +315,11 @@ DWORD WINAPI ClusterControl(HCLUSTER cluster, HNODE hostNode, DWORD code, LPVOID
 }
 
 HRESOURCE WINAPI OpenClusterResource(HCLUSTER cluster, LPCWSTR name) {
-    return RunHandleEntryPoint<HRESOURCE>(EntryPoint::OpenClusterResource, [&](Simulator& simulator, HRESOURCE& result) -> DWORD {
-        return OpenNamed(simulator, cluster, name, SIMCLUSTER_HANDLE_RESOURCE, ERROR_RESOURCE_NOT_FOUND, result,
-                         [&](const std::wstring& text) { return simulator.cluster.FindResource(text); });
-    });
+    return RunHandleEntryPoint<HRESOURCE>(
+        EntryPoint::OpenClusterResource, [&](Simulator& simulator, HRESOURCE& result) -> DWORD {
+            return OpenNamed(simulator, cluster, name, SIMCLUSTER_HANDLE_RESOURCE, ERROR_RESOURCE_NOT_FOUND, result,
+                             [&](const std::wstring& text) { return simulator.cluster.FindResource(text); });
+        });
 }
 
 BOOL WINAPI CloseClusterResource(HRESOURCE resource) {
@@ -335,14 +359,10 @@ DWORD WINAPI ClusterResourceControl(HRESOURCE value, HNODE hostNode, DWORD code,
 }
 
 HRESENUM WINAPI ClusterResourceOpenEnum(HRESOURCE value, DWORD types) {
-    return RunHandleEntryPoint<HRESENUM>(EntryPoint::ClusterResourceOpenEnum, [&](Simulator& simulator, HRESENUM& result) -> DWORD {
-        Resource* resource = nullptr;
-        Items items;
-        DWORD error = Resolve(simulator, value, resource);
-        if (error == ERROR_SUCCESS) error = ResourceItems(simulator.cluster, *resource, types, items);
-        if (error != ERROR_SUCCESS) return error;
-        return OpenEnumeration(simulator, SIMCLUSTER_HANDLE_RESOURCE_ENUM, std::move(items), result);
-    });
+    return RunHandleEntryPoint<HRESENUM>(
+        EntryPoint::ClusterResourceOpenEnum, [&](Simulator& simulator, HRESENUM& result) -> DWORD {
+            return OpenRelations<Resource>(simulator, value, types, SIMCLUSTER_HANDLE_RESOURCE_ENUM, result);
+        });
 }
 
 DWORD WINAPI ClusterResourceEnum(HRESENUM enumeration, DWORD index, LPDWORD type, LPWSTR name, LPDWORD length) {
@@ -357,8 +377,8 @@ DWORD WINAPI ClusterResourceCloseEnum(HRESENUM enumeration) {
     });
 }
 
-DWORD WINAPI GetClusterQuorumResource(HCLUSTER cluster, LPWSTR resourceName, LPDWORD resourceLength,
-                                      LPWSTR deviceName, LPDWORD deviceLength, LPDWORD maximumLogSize) {
+DWORD WINAPI GetClusterQuorumResource(HCLUSTER cluster, LPWSTR resourceName, LPDWORD resourceLength, LPWSTR deviceName,
+                                      LPDWORD deviceLength, LPDWORD maximumLogSize) {
     return RunEntryPoint(EntryPoint::GetClusterQuorumResource, [&](Simulator& simulator) -> DWORD {
         DWORD error = ResolveCluster(simulator, cluster);
         if (error != ERROR_SUCCESS) return error;
@@ -379,9 +399,11 @@ CLUSTER_RESOURCE_STATE WINAPI GetClusterResourceState(HRESOURCE value, LPWSTR no
             DWORD error = Resolve(simulator, value, resource);
             if (error != ERROR_SUCCESS) return error;
             if ((nodeName && !nodeLength) || (groupName && !groupLength)) return DWORD(ERROR_INVALID_PARAMETER);
-            if (nodeLength) KeepFirstError(error, CopyName(simulator.cluster.OwnerOf(*resource)->name, nodeName, nodeLength));
+            if (nodeLength)
+                KeepFirstError(error, CopyName(simulator.cluster.OwnerOf(*resource)->name, nodeName, nodeLength));
             if (groupLength)
-                KeepFirstError(error, CopyName(simulator.cluster.FindGroup(resource->group)->name, groupName, groupLength));
+                KeepFirstError(error,
+                               CopyName(simulator.cluster.FindGroup(resource->group)->name, groupName, groupLength));
             if (error == ERROR_SUCCESS) state = CurrentState(*resource);
             return error;
         });
@@ -420,63 +442,67 @@ DWORD WINAPI RestoreClusterDatabase(LPCWSTR path, BOOL force, LPCWSTR quorumDriv
 }
 
 HGROUP WINAPI CreateClusterGroup(HCLUSTER cluster, LPCWSTR name) {
-    return RunHandleEntryPoint<HGROUP>(EntryPoint::CreateClusterGroup, [&](Simulator& simulator, HGROUP& result) -> DWORD {
-        Handle* connection = nullptr;
-        DWORD error = ResolveCluster(simulator, cluster, &connection);
-        if (error != ERROR_SUCCESS) return error;
-        if (!name || !*name) return DWORD(ERROR_INVALID_PARAMETER);
-        if (simulator.cluster.FindGroup(name)) return DWORD(ERROR_OBJECT_ALREADY_EXISTS);
-        Group group;
-        group.name = name;
-        group.owner = connection->connection;
-        simulator.cluster.groups.push_back(group);
-        return OpenHandle(simulator, SIMCLUSTER_HANDLE_GROUP, group.id, result);
-    });
+    return RunHandleEntryPoint<HGROUP>(EntryPoint::CreateClusterGroup,
+                                       [&](Simulator& simulator, HGROUP& result) -> DWORD {
+                                           Handle* connection = nullptr;
+                                           DWORD error = ResolveCluster(simulator, cluster, &connection);
+                                           if (error != ERROR_SUCCESS) return error;
+                                           if (!name || !*name) return DWORD(ERROR_INVALID_PARAMETER);
+                                           if (simulator.cluster.FindGroup(name))
+                                               return DWORD(ERROR_OBJECT_ALREADY_EXISTS);
+                                           Group group;
+                                           group.name = name;
+                                           group.owner = connection->connection;
+                                           simulator.cluster.groups.push_back(group);
+                                           return OpenHandle(simulator, SIMCLUSTER_HANDLE_GROUP, group.id, result);
+                                       });
 }
 
 HGROUP WINAPI OpenClusterGroup(HCLUSTER cluster, LPCWSTR name) {
-    return RunHandleEntryPoint<HGROUP>(EntryPoint::OpenClusterGroup, [&](Simulator& simulator, HGROUP& result) -> DWORD {
-        return OpenNamed(simulator, cluster, name, SIMCLUSTER_HANDLE_GROUP, ERROR_GROUP_NOT_FOUND, result,
-                         [&](const std::wstring& text) { return simulator.cluster.FindGroup(text); });
-    });
+    return RunHandleEntryPoint<HGROUP>(
+        EntryPoint::OpenClusterGroup, [&](Simulator& simulator, HGROUP& result) -> DWORD {
+            return OpenNamed(simulator, cluster, name, SIMCLUSTER_HANDLE_GROUP, ERROR_GROUP_NOT_FOUND, result,
+                             [&](const std::wstring& text) { return simulator.cluster.FindGroup(text); });
+        });
 }
 
 BOOL WINAPI CloseClusterGroup(HGROUP group) {
-    return RunBoolEntryPoint(EntryPoint::CloseClusterGroup,
-                             [&](Simulator& simulator) -> DWORD { return Close(simulator, group, SIMCLUSTER_HANDLE_GROUP); });
+    return RunBoolEntryPoint(EntryPoint::CloseClusterGroup, [&](Simulator& simulator) -> DWORD {
+        return Close(simulator, group, SIMCLUSTER_HANDLE_GROUP);
+    });
 }
 
 HRESOURCE WINAPI CreateClusterResource(HGROUP value, LPCWSTR name, LPCWSTR typeName, DWORD flags) {
-    return RunHandleEntryPoint<HRESOURCE>(EntryPoint::CreateClusterResource, [&](Simulator& simulator, HRESOURCE& result) -> DWORD {
-        Group* group = nullptr;
-        DWORD error = Resolve(simulator, value, group);
-        if (error != ERROR_SUCCESS) return error;
-        if (!name || !*name || !typeName || (flags & ~CLUSTER_RESOURCE_SEPARATE_MONITOR))
-            return DWORD(ERROR_INVALID_PARAMETER);
-        Cluster& cluster = simulator.cluster;
-        const ResourceType* type = cluster.FindType(typeName);
-        if (!type) return DWORD(ERROR_CLUSTER_RESOURCE_TYPE_NOT_FOUND);
-        if (cluster.FindResource(name)) return DWORD(ERROR_OBJECT_ALREADY_EXISTS);
-        Resource resource;
-        resource.name = name;
-        resource.type = type->name;
-        resource.group = group->id;
-        resource.resourceClass = type->resourceClass;
-        resource.subClass = type->subClass;
-        for (const Node& node : cluster.nodes) resource.possibleOwners.push_back(node.id);
-        resource.common = DefaultResourceCommonProperties();
-        resource.common.Set(L"SeparateMonitor", DwordValue(flags & CLUSTER_RESOURCE_SEPARATE_MONITOR));
-        cluster.resources.push_back(resource);
-        return OpenHandle(simulator, SIMCLUSTER_HANDLE_RESOURCE, resource.id, result);
-    });
+    return RunHandleEntryPoint<HRESOURCE>(
+        EntryPoint::CreateClusterResource, [&](Simulator& simulator, HRESOURCE& result) -> DWORD {
+            Group* group = nullptr;
+            DWORD error = Resolve(simulator, value, group);
+            if (error != ERROR_SUCCESS) return error;
+            if (!name || !*name || !typeName || (flags & ~CLUSTER_RESOURCE_SEPARATE_MONITOR))
+                return DWORD(ERROR_INVALID_PARAMETER);
+            Cluster& cluster = simulator.cluster;
+            const ResourceType* type = cluster.FindType(typeName);
+            if (!type) return DWORD(ERROR_CLUSTER_RESOURCE_TYPE_NOT_FOUND);
+            if (cluster.FindResource(name)) return DWORD(ERROR_OBJECT_ALREADY_EXISTS);
+            Resource resource;
+            resource.name = name;
+            resource.type = type->name;
+            resource.group = group->id;
+            resource.resourceClass = type->resourceClass;
+            resource.subClass = type->subClass;
+            for (const Node& node : cluster.nodes) resource.possibleOwners.push_back(node.id);
+            resource.common = DefaultResourceCommonProperties();
+            resource.common.Set(L"SeparateMonitor", DwordValue(flags & CLUSTER_RESOURCE_SEPARATE_MONITOR));
+            cluster.resources.push_back(resource);
+            return OpenHandle(simulator, SIMCLUSTER_HANDLE_RESOURCE, resource.id, result);
+        });
 }
 
 DWORD WINAPI ChangeClusterResourceGroup(HRESOURCE value, HGROUP target) {
     return RunEntryPoint(EntryPoint::ChangeClusterResourceGroup, [&](Simulator& simulator) -> DWORD {
         Resource* resource = nullptr;
         Group* group = nullptr;
-        DWORD error = Resolve(simulator, value, resource);
-        if (error == ERROR_SUCCESS) error = Resolve(simulator, target, group);
+        DWORD error = ResolveAll(simulator, value, resource, target, group);
         if (error != ERROR_SUCCESS) return error;
         Cluster& cluster = simulator.cluster;
         if (cluster.FindGroup(resource->group)->owner != group->owner) return DWORD(ERROR_HOST_NODE_NOT_GROUP_OWNER);
@@ -489,8 +515,7 @@ DWORD WINAPI AddClusterResourceDependency(HRESOURCE value, HRESOURCE dependsOn) 
     return RunEntryPoint(EntryPoint::AddClusterResourceDependency, [&](Simulator& simulator) -> DWORD {
         Resource* resource = nullptr;
         Resource* provider = nullptr;
-        DWORD error = Resolve(simulator, value, resource);
-        if (error == ERROR_SUCCESS) error = Resolve(simulator, dependsOn, provider);
+        DWORD error = ResolveAll(simulator, value, resource, dependsOn, provider);
         if (error != ERROR_SUCCESS) return error;
         Cluster& cluster = simulator.cluster;
         if (resource == provider || cluster.DependsOn(*provider, *resource)) return DWORD(ERROR_CIRCULAR_DEPENDENCY);
@@ -506,8 +531,7 @@ DWORD WINAPI RemoveClusterResourceDependency(HRESOURCE value, HRESOURCE dependsO
     return RunEntryPoint(EntryPoint::RemoveClusterResourceDependency, [&](Simulator& simulator) -> DWORD {
         Resource* resource = nullptr;
         Resource* provider = nullptr;
-        DWORD error = Resolve(simulator, value, resource);
-        if (error == ERROR_SUCCESS) error = Resolve(simulator, dependsOn, provider);
+        DWORD error = ResolveAll(simulator, value, resource, dependsOn, provider);
         if (error != ERROR_SUCCESS) return error;
         std::vector<ObjectId>& dependencies = resource->dependencies;
         auto it = std::find(dependencies.begin(), dependencies.end(), provider->id);
@@ -525,16 +549,16 @@ HNODE WINAPI OpenClusterNode(HCLUSTER cluster, LPCWSTR name) {
 }
 
 BOOL WINAPI CloseClusterNode(HNODE node) {
-    return RunBoolEntryPoint(EntryPoint::CloseClusterNode,
-                             [&](Simulator& simulator) -> DWORD { return Close(simulator, node, SIMCLUSTER_HANDLE_NODE); });
+    return RunBoolEntryPoint(EntryPoint::CloseClusterNode, [&](Simulator& simulator) -> DWORD {
+        return Close(simulator, node, SIMCLUSTER_HANDLE_NODE);
+    });
 }
 
 DWORD WINAPI AddClusterResourceNode(HRESOURCE value, HNODE nodeValue) {
     return RunEntryPoint(EntryPoint::AddClusterResourceNode, [&](Simulator& simulator) -> DWORD {
         Resource* resource = nullptr;
         Node* node = nullptr;
-        DWORD error = Resolve(simulator, value, resource);
-        if (error == ERROR_SUCCESS) error = Resolve(simulator, nodeValue, node);
+        DWORD error = ResolveAll(simulator, value, resource, nodeValue, node);
         if (error != ERROR_SUCCESS) return error;
         if (Contains(resource->possibleOwners, node->id)) return DWORD(ERROR_OBJECT_ALREADY_EXISTS);
         resource->possibleOwners.push_back(node->id);
@@ -546,8 +570,7 @@ DWORD WINAPI RemoveClusterResourceNode(HRESOURCE value, HNODE nodeValue) {
     return RunEntryPoint(EntryPoint::RemoveClusterResourceNode, [&](Simulator& simulator) -> DWORD {
         Resource* resource = nullptr;
         Node* node = nullptr;
-        DWORD error = Resolve(simulator, value, resource);
-        if (error == ERROR_SUCCESS) error = Resolve(simulator, nodeValue, node);
+        DWORD error = ResolveAll(simulator, value, resource, nodeValue, node);
         if (error != ERROR_SUCCESS) return error;
         std::vector<ObjectId>& owners = resource->possibleOwners;
         auto it = std::find(owners.begin(), owners.end(), node->id);
@@ -563,14 +586,10 @@ DWORD WINAPI RemoveClusterResourceNode(HRESOURCE value, HNODE nodeValue) {
 }
 
 HGROUPENUM WINAPI ClusterGroupOpenEnum(HGROUP value, DWORD types) {
-    return RunHandleEntryPoint<HGROUPENUM>(EntryPoint::ClusterGroupOpenEnum, [&](Simulator& simulator, HGROUPENUM& result) -> DWORD {
-        Group* group = nullptr;
-        Items items;
-        DWORD error = Resolve(simulator, value, group);
-        if (error == ERROR_SUCCESS) error = GroupItems(simulator.cluster, *group, types, items);
-        if (error != ERROR_SUCCESS) return error;
-        return OpenEnumeration(simulator, SIMCLUSTER_HANDLE_GROUP_ENUM, std::move(items), result);
-    });
+    return RunHandleEntryPoint<HGROUPENUM>(
+        EntryPoint::ClusterGroupOpenEnum, [&](Simulator& simulator, HGROUPENUM& result) -> DWORD {
+            return OpenRelations<Group>(simulator, value, types, SIMCLUSTER_HANDLE_GROUP_ENUM, result);
+        });
 }
 
 DWORD WINAPI ClusterGroupEnum(HGROUPENUM enumeration, DWORD index, LPDWORD type, LPWSTR name, LPDWORD length) {
@@ -635,10 +654,11 @@ DWORD WINAPI DeleteClusterGroup(HGROUP value) {
 }
 
 HNETWORK WINAPI OpenClusterNetwork(HCLUSTER cluster, LPCWSTR name) {
-    return RunHandleEntryPoint<HNETWORK>(EntryPoint::OpenClusterNetwork, [&](Simulator& simulator, HNETWORK& result) -> DWORD {
-        return OpenNamed(simulator, cluster, name, SIMCLUSTER_HANDLE_NETWORK, ERROR_CLUSTER_NETWORK_NOT_FOUND, result,
-                         [&](const std::wstring& text) { return simulator.cluster.FindNetwork(text); });
-    });
+    return RunHandleEntryPoint<HNETWORK>(
+        EntryPoint::OpenClusterNetwork, [&](Simulator& simulator, HNETWORK& result) -> DWORD {
+            return OpenNamed(simulator, cluster, name, SIMCLUSTER_HANDLE_NETWORK, ERROR_CLUSTER_NETWORK_NOT_FOUND,
+                             result, [&](const std::wstring& text) { return simulator.cluster.FindNetwork(text); });
+        });
 }
 
 DWORD WINAPI ClusterNetworkControl(HNETWORK value, HNODE hostNode, DWORD code, LPVOID input, DWORD inputSize,
@@ -654,14 +674,15 @@ DWORD WINAPI ClusterNetworkControl(HNETWORK value, HNODE hostNode, DWORD code, L
 }
 
 BOOL WINAPI CloseClusterNetwork(HNETWORK network) {
-    return RunBoolEntryPoint(EntryPoint::CloseClusterNetwork,
-                             [&](Simulator& simulator) -> DWORD { return Close(simulator, network, SIMCLUSTER_HANDLE_NETWORK); });
+    return RunBoolEntryPoint(EntryPoint::CloseClusterNetwork, [&](Simulator& simulator) -> DWORD {
+        return Close(simulator, network, SIMCLUSTER_HANDLE_NETWORK);
+    });
 }
 
 }  // extern "C"
 
 // Each entry point has exactly the signature the library binds.
-#define SIMCLUSTER_SAME_SIGNATURE(name)                                                 \
+#define SIMCLUSTER_SAME_SIGNATURE(name) \
     static_assert(std::is_same<decltype(&name), name##Function>::value, #name " signature");
 SIMCLUSTER_SAME_SIGNATURE(AddClusterResourceDependency)
 SIMCLUSTER_SAME_SIGNATURE(AddClusterResourceNode)

@@ -52,16 +52,16 @@ std::wstring SetProperty(PropertyMap& properties, const wchar_t* name, const cha
 
 bool KnownResourceState(int state) {
     switch (state) {
-    case ClusterResourceInitializing:
-    case ClusterResourceOnline:
-    case ClusterResourceOffline:
-    case ClusterResourceFailed:
-    case ClusterResourcePending:
-    case ClusterResourceOnlinePending:
-    case ClusterResourceOfflinePending:
-        return true;
-    default:
-        return false;
+        case ClusterResourceInitializing:
+        case ClusterResourceOnline:
+        case ClusterResourceOffline:
+        case ClusterResourceFailed:
+        case ClusterResourcePending:
+        case ClusterResourceOnlinePending:
+        case ClusterResourceOfflinePending:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -155,7 +155,8 @@ BOOL WINAPI SimCluster_SetNodeState(const wchar_t* node, int state) {
     return Control([&](Simulator& simulator) -> std::wstring {
         Node* found = simulator.cluster.FindNode(FromCaller(node));
         if (!found) return NoSuch(L"node", node);
-        if (state < ClusterNodeUp || state > ClusterNodeJoining) return L"a node cannot be in state " + std::to_wstring(state);
+        if (state < ClusterNodeUp || state > ClusterNodeJoining)
+            return L"a node cannot be in state " + std::to_wstring(state);
         found->state = static_cast<CLUSTER_NODE_STATE>(state);
         return std::wstring();
     });
@@ -177,6 +178,7 @@ BOOL WINAPI SimCluster_SetResourceProperty(const wchar_t* resource, BOOL common,
     return Control([&](Simulator& simulator) -> std::wstring {
         Resource* found = simulator.cluster.FindResource(FromCaller(resource));
         if (!found) return NoSuch(L"resource", resource);
+        if (common && name && SameName(name, L"Name")) return L"a resource's name is not one of its stored properties";
         return SetProperty(common ? found->common : found->privateProperties, name, jsonValue);
     });
 }

@@ -164,7 +164,8 @@ DWORD SetPrivateProperties(Resource& resource, const ControlCall& call) {
     std::vector<PropertyMap::Entry> properties;
     DWORD result = ParsePropertyList(call.input, call.inputSize, properties);
     if (result != ERROR_SUCCESS) return result;
-    for (const PropertyMap::Entry& property : properties) resource.privateProperties.Set(property.first, property.second);
+    for (const PropertyMap::Entry& property : properties)
+        resource.privateProperties.Set(property.first, property.second);
     NoReply(call);
     return CurrentState(resource) == ClusterResourceOnline ? ERROR_RESOURCE_PROPERTIES_STORED : ERROR_SUCCESS;
 }
@@ -204,71 +205,71 @@ std::vector<BYTE> CheckpointList(const Resource& resource) {
 
 DWORD ControlResource(Cluster& cluster, Resource& resource, const ControlCall& call) {
     switch (call.code) {
-    case CLUSCTL_RESOURCE_GET_CLASS_INFO: {
-        CLUS_RESOURCE_CLASS_INFO info{resource.resourceClass, resource.subClass};
-        return Reply(BytesOf(info), call);
-    }
-    case CLUSCTL_RESOURCE_GET_RESOURCE_TYPE:
-        return Reply(TextBytes(resource.type), call);
-    case CLUSCTL_RESOURCE_GET_COMMON_PROPERTIES:
-        return Reply(BuildPropertyList(CommonProperties(resource)), call);
-    case CLUSCTL_RESOURCE_GET_RO_COMMON_PROPERTIES:
-        return Reply(BuildPropertyList({{L"Type", StringValue(resource.type)},
-                                        {L"Characteristics", DwordValue(0)},
-                                        {L"Flags", DwordValue(resource.core ? 1 : 0)}}),
-                     call);
-    case CLUSCTL_RESOURCE_SET_COMMON_PROPERTIES:
-        return SetCommonProperties(cluster, resource, call);
-    case CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES:
-        return Reply(BuildPropertyList(resource.privateProperties.Entries()), call);
-    case CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES:
-        return SetPrivateProperties(resource, call);
-    case CLUSCTL_RESOURCE_ADD_REGISTRY_CHECKPOINT:
-        return AddCheckpoint(resource, call);
-    case CLUSCTL_RESOURCE_DELETE_REGISTRY_CHECKPOINT:
-        return DeleteCheckpoint(resource, call);
-    case CLUSCTL_RESOURCE_GET_REGISTRY_CHECKPOINTS:
-        return Reply(CheckpointList(resource), call);
-    case CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO:
-    case CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO_EX:
-        if (resource.resourceClass != CLUS_RESCLASS_STORAGE) return ERROR_INVALID_FUNCTION;
-        return Reply(DiskInformation(resource, call.code == CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO_EX), call);
-    case CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_INFO:
-        if (!cluster.IsSharedVolume(resource)) return ERROR_INVALID_FUNCTION;
-        if (CurrentState(resource) != ClusterResourceOnline) return ERROR_RESOURCE_NOT_ONLINE;
-        return Reply(SharedVolumeInformation(resource), call);
-    case CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_PARTITION_INFO:
-        if (!cluster.IsSharedVolume(resource)) return ERROR_INVALID_FUNCTION;
-        return Reply(SharedVolumePartitions(resource), call);
-    default:
-        return ERROR_INVALID_FUNCTION;
+        case CLUSCTL_RESOURCE_GET_CLASS_INFO: {
+            CLUS_RESOURCE_CLASS_INFO info{resource.resourceClass, resource.subClass};
+            return Reply(BytesOf(info), call);
+        }
+        case CLUSCTL_RESOURCE_GET_RESOURCE_TYPE:
+            return Reply(TextBytes(resource.type), call);
+        case CLUSCTL_RESOURCE_GET_COMMON_PROPERTIES:
+            return Reply(BuildPropertyList(CommonProperties(resource)), call);
+        case CLUSCTL_RESOURCE_GET_RO_COMMON_PROPERTIES:
+            return Reply(BuildPropertyList({{L"Type", StringValue(resource.type)},
+                                            {L"Characteristics", DwordValue(0)},
+                                            {L"Flags", DwordValue(resource.core ? 1 : 0)}}),
+                         call);
+        case CLUSCTL_RESOURCE_SET_COMMON_PROPERTIES:
+            return SetCommonProperties(cluster, resource, call);
+        case CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES:
+            return Reply(BuildPropertyList(resource.privateProperties.Entries()), call);
+        case CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES:
+            return SetPrivateProperties(resource, call);
+        case CLUSCTL_RESOURCE_ADD_REGISTRY_CHECKPOINT:
+            return AddCheckpoint(resource, call);
+        case CLUSCTL_RESOURCE_DELETE_REGISTRY_CHECKPOINT:
+            return DeleteCheckpoint(resource, call);
+        case CLUSCTL_RESOURCE_GET_REGISTRY_CHECKPOINTS:
+            return Reply(CheckpointList(resource), call);
+        case CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO:
+        case CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO_EX:
+            if (resource.resourceClass != CLUS_RESCLASS_STORAGE) return ERROR_INVALID_FUNCTION;
+            return Reply(DiskInformation(resource, call.code == CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO_EX), call);
+        case CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_INFO:
+            if (!cluster.IsSharedVolume(resource)) return ERROR_INVALID_FUNCTION;
+            if (CurrentState(resource) != ClusterResourceOnline) return ERROR_RESOURCE_NOT_ONLINE;
+            return Reply(SharedVolumeInformation(resource), call);
+        case CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_PARTITION_INFO:
+            if (!cluster.IsSharedVolume(resource)) return ERROR_INVALID_FUNCTION;
+            return Reply(SharedVolumePartitions(resource), call);
+        default:
+            return ERROR_INVALID_FUNCTION;
     }
 }
 
 DWORD ControlCluster(Cluster& cluster, const ControlCall& call) {
     switch (call.code) {
-    case CLUSCTL_CLUSTER_GET_COMMON_PROPERTIES:
-        return Reply(BuildPropertyList(cluster.commonProperties.Entries()), call);
-    case CLUSCTL_CLUSTER_GET_RO_COMMON_PROPERTIES:
-        return Reply(BuildPropertyList(cluster.readOnlyCommonProperties.Entries()), call);
-    default:
-        return ERROR_INVALID_FUNCTION;
+        case CLUSCTL_CLUSTER_GET_COMMON_PROPERTIES:
+            return Reply(BuildPropertyList(cluster.commonProperties.Entries()), call);
+        case CLUSCTL_CLUSTER_GET_RO_COMMON_PROPERTIES:
+            return Reply(BuildPropertyList(cluster.readOnlyCommonProperties.Entries()), call);
+        default:
+            return ERROR_INVALID_FUNCTION;
     }
 }
 
 DWORD ControlNetwork(Network& network, const ControlCall& call) {
     switch (call.code) {
-    case CLUSCTL_NETWORK_GET_COMMON_PROPERTIES:
-        return Reply(BuildPropertyList({{L"Name", StringValue(network.name)},
-                                        {L"Description", StringValue(network.description)},
-                                        {L"Role", DwordValue(network.role)}}),
-                     call);
-    case CLUSCTL_NETWORK_GET_RO_COMMON_PROPERTIES:
-        return Reply(BuildPropertyList({{L"Address", StringValue(network.address)},
-                                        {L"AddressMask", StringValue(network.addressMask)}}),
-                     call);
-    default:
-        return ERROR_INVALID_FUNCTION;
+        case CLUSCTL_NETWORK_GET_COMMON_PROPERTIES:
+            return Reply(BuildPropertyList({{L"Name", StringValue(network.name)},
+                                            {L"Description", StringValue(network.description)},
+                                            {L"Role", DwordValue(network.role)}}),
+                         call);
+        case CLUSCTL_NETWORK_GET_RO_COMMON_PROPERTIES:
+            return Reply(BuildPropertyList({{L"Address", StringValue(network.address)},
+                                            {L"AddressMask", StringValue(network.addressMask)}}),
+                         call);
+        default:
+            return ERROR_INVALID_FUNCTION;
     }
 }
 

@@ -10,7 +10,8 @@ bool ReadWholeFile(const std::wstring& path, std::string& contents) {
     contents.assign(ok ? static_cast<size_t>(size.QuadPart) : 0, '\0');
     DWORD read = 0;
     if (ok && !contents.empty())
-        ok = ReadFile(file, &contents[0], static_cast<DWORD>(contents.size()), &read, nullptr) && read == contents.size();
+        ok = ReadFile(file, &contents[0], static_cast<DWORD>(contents.size()), &read, nullptr) &&
+             read == contents.size();
     CloseHandle(file);
     return ok;
 }
@@ -20,14 +21,16 @@ bool WriteWholeFile(const std::wstring& path, const std::string& contents, DWORD
     HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return false;
     DWORD written = 0;
-    bool ok = contents.empty() ||
-              (WriteFile(file, contents.data(), static_cast<DWORD>(contents.size()), &written, nullptr) &&
-               written == contents.size());
-    DWORD error = GetLastError();
+    bool ok =
+        contents.empty() || (WriteFile(file, contents.data(), static_cast<DWORD>(contents.size()), &written, nullptr) &&
+                             written == contents.size());
+    DWORD error = ok ? ERROR_SUCCESS : GetLastError();
     CloseHandle(file);
-    if (ok && attributes != FILE_ATTRIBUTE_NORMAL) ok = SetFileAttributesW(path.c_str(), attributes) != FALSE;
-    else SetLastError(error);
-    return ok;
+    if (!ok) {
+        SetLastError(error);
+        return false;
+    }
+    return attributes == FILE_ATTRIBUTE_NORMAL || SetFileAttributesW(path.c_str(), attributes);
 }
 
 }  // namespace simcluster

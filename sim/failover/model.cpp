@@ -68,8 +68,7 @@ std::vector<Resource*> Cluster::DependencyTree(const Resource& resource) {
         std::vector<Resource*> neighbours = DependentsOf(*tree[next]);
         for (ObjectId id : tree[next]->dependencies) neighbours.push_back(FindResource(id));
         for (Resource* neighbour : neighbours)
-            if (neighbour && std::find(tree.begin(), tree.end(), neighbour) == tree.end())
-                tree.push_back(neighbour);
+            if (neighbour && std::find(tree.begin(), tree.end(), neighbour) == tree.end()) tree.push_back(neighbour);
     }
     return tree;
 }

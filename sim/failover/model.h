@@ -101,7 +101,7 @@ struct Group {
     ObjectId owner = 0;
     std::vector<ObjectId> preferredOwners;
     CLUSTER_GROUP_STATE emptyState = ClusterGroupOffline;  // the state of a group without resources
-    std::optional<CLUSTER_GROUP_STATE> forcedState;         // set by a scenario or the control API
+    std::optional<CLUSTER_GROUP_STATE> forcedState;        // set by a scenario or the control API
 };
 
 struct Network {
@@ -126,8 +126,8 @@ struct Quorum {
 };
 
 struct Cluster {
-    bool present = false;    // false: no cluster at all on this machine or network
-    bool installed = true;   // the cluster service is installed on this machine
+    bool present = false;   // false: no cluster at all on this machine or network
+    bool installed = true;  // the cluster service is installed on this machine
     std::wstring name;
     std::vector<std::wstring> aliases;  // further names OpenCluster accepts (DNS name, address)
     CLUSTERVERSIONINFO version = {};

@@ -68,8 +68,7 @@ DWORD WalkProperties(const void* list, DWORD size, Visit visit) {
     for (DWORD i = 0; i < count; ++i) {
         FoundValue name, value;
         std::wstring text;
-        if (!reader.Entry(name) || name.syntax != CLUSPROP_SYNTAX_NAME ||
-            !TerminatedText(name.data, name.length, text))
+        if (!reader.Entry(name) || name.syntax != CLUSPROP_SYNTAX_NAME || !TerminatedText(name.data, name.length, text))
             return ERROR_INVALID_DATA;
         if (!reader.Entry(value) || value.syntax == CLUSPROP_SYNTAX_ENDMARK) return ERROR_INVALID_DATA;
         FoundValue further = value;

@@ -105,7 +105,8 @@ DWORD WINAPI SimClusterInternal_ResUtilFindDwordProperty(const void* list, DWORD
         FoundValue found;
         DWORD error = FindProperty(list, size, name, found);
         if (error != ERROR_SUCCESS) return error;
-        if ((found.syntax & 0xFFFF) != CLUSPROP_FORMAT_DWORD || found.length != sizeof(DWORD)) return ERROR_INVALID_DATA;
+        if ((found.syntax & 0xFFFF) != CLUSPROP_FORMAT_DWORD || found.length != sizeof(DWORD))
+            return ERROR_INVALID_DATA;
         if (value) std::memcpy(value, found.data, sizeof(DWORD));
         return ERROR_SUCCESS;
     });

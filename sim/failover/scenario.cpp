@@ -38,8 +38,9 @@ const NamedValue<CLUSTER_RESOURCE_STATE> kResourceStates[] = {
     {"initializing", ClusterResourceInitializing},
 };
 const NamedValue<CLUSTER_GROUP_STATE> kGroupStates[] = {
-    {"online", ClusterGroupOnline},   {"offline", ClusterGroupOffline}, {"failed", ClusterGroupFailed},
-    {"partialOnline", ClusterGroupPartialOnline}, {"pending", ClusterGroupPending},
+    {"online", ClusterGroupOnline},   {"offline", ClusterGroupOffline},
+    {"failed", ClusterGroupFailed},   {"partialOnline", ClusterGroupPartialOnline},
+    {"pending", ClusterGroupPending},
 };
 const NamedValue<CLUSTER_NODE_STATE> kNodeStates[] = {
     {"up", ClusterNodeUp}, {"down", ClusterNodeDown}, {"paused", ClusterNodePaused}, {"joining", ClusterNodeJoining}};
@@ -137,8 +138,7 @@ public:
 
     void Done() const {
         for (auto it = json_.begin(); it != json_.end(); ++it)
-            if (it.key() != "comment" && !used_.count(it.key()))
-                Fail(where_ + " has unknown field '" + it.key() + "'");
+            if (it.key() != "comment" && !used_.count(it.key())) Fail(where_ + " has unknown field '" + it.key() + "'");
     }
 
 private:
@@ -256,37 +256,37 @@ PropertyValue ReadValue(const Json& json, const std::string& where) {
 Json WriteValue(const PropertyValue& value) {
     Json json;
     switch (value.syntax) {
-    case CLUSPROP_SYNTAX_LIST_VALUE_SZ:
-        return Narrow(value.Text());
-    case CLUSPROP_SYNTAX_LIST_VALUE_DWORD:
-        return value.Dword();
-    case CLUSPROP_SYNTAX_LIST_VALUE_EXPAND_SZ:
-        json["expandSz"] = Narrow(value.Text());
-        return json;
-    case CLUSPROP_SYNTAX_LIST_VALUE_LONG:
-        json["long"] = static_cast<LONG>(value.Dword());
-        return json;
-    case CLUSPROP_SYNTAX_LIST_VALUE_ULARGE_INTEGER: {
-        unsigned long long large = 0;
-        std::memcpy(&large, value.data.data(), std::min(value.data.size(), sizeof large));
-        json["ulargeInteger"] = large;
-        return json;
-    }
-    case CLUSPROP_SYNTAX_LIST_VALUE_MULTI_SZ: {
-        json["multiSz"] = Json::array();
-        std::wstring all(value.data.size() / sizeof(wchar_t), L'\0');
-        if (!all.empty()) std::memcpy(&all[0], value.data.data(), all.size() * sizeof(wchar_t));
-        for (size_t start = 0; start < all.size() && all[start];) {
-            size_t end = all.find(L'\0', start);
-            json["multiSz"].push_back(Narrow(all.substr(start, end - start)));
-            start = end + 1;
+        case CLUSPROP_SYNTAX_LIST_VALUE_SZ:
+            return Narrow(value.Text());
+        case CLUSPROP_SYNTAX_LIST_VALUE_DWORD:
+            return value.Dword();
+        case CLUSPROP_SYNTAX_LIST_VALUE_EXPAND_SZ:
+            json["expandSz"] = Narrow(value.Text());
+            return json;
+        case CLUSPROP_SYNTAX_LIST_VALUE_LONG:
+            json["long"] = static_cast<LONG>(value.Dword());
+            return json;
+        case CLUSPROP_SYNTAX_LIST_VALUE_ULARGE_INTEGER: {
+            unsigned long long large = 0;
+            std::memcpy(&large, value.data.data(), std::min(value.data.size(), sizeof large));
+            json["ulargeInteger"] = large;
+            return json;
         }
-        return json;
-    }
-    default:
-        json["binary"] = Hex(value.data);
-        if (value.syntax != CLUSPROP_SYNTAX_LIST_VALUE_BINARY) json["syntax"] = value.syntax;
-        return json;
+        case CLUSPROP_SYNTAX_LIST_VALUE_MULTI_SZ: {
+            json["multiSz"] = Json::array();
+            std::wstring all(value.data.size() / sizeof(wchar_t), L'\0');
+            if (!all.empty()) std::memcpy(&all[0], value.data.data(), all.size() * sizeof(wchar_t));
+            for (size_t start = 0; start < all.size() && all[start];) {
+                size_t end = all.find(L'\0', start);
+                json["multiSz"].push_back(Narrow(all.substr(start, end - start)));
+                start = end + 1;
+            }
+            return json;
+        }
+        default:
+            json["binary"] = Hex(value.data);
+            if (value.syntax != CLUSPROP_SYNTAX_LIST_VALUE_BINARY) json["syntax"] = value.syntax;
+            return json;
     }
 }
 
@@ -304,10 +304,16 @@ Json WriteProperties(const PropertyMap& properties) {
     return json;
 }
 
+// The fields of a new object of the given kind ("node", "group"...), named
+// after it from here on; a second object of the same name is refused.
 template <class T>
-void RefuseDuplicate(const std::vector<T>& objects, const std::wstring& name, const char* kind) {
-    for (const T& object : objects)
-        if (SameName(object.name, name)) Fail(std::string("two ") + kind + " are named " + Quote(name));
+Fields NamedFields(const Json& json, const std::string& kind, const std::vector<T>& existing, T& object) {
+    Fields fields(json, "a " + kind);
+    object.name = fields.RequiredString("name");
+    fields.Rename(kind + " " + Quote(object.name));
+    for (const T& other : existing)
+        if (SameName(other.name, object.name)) Fail("two " + kind + "s are named " + Quote(object.name));
+    return fields;
 }
 
 class Reader {
@@ -373,11 +379,8 @@ private:
     void ReadNodes(const Json* nodes) {
         if (!nodes || nodes->empty()) Fail("the cluster has no nodes");
         for (const Json& json : *nodes) {
-            Fields fields(json, "a node");
             Node node;
-            node.name = fields.RequiredString("name");
-            fields.Rename("node " + Quote(node.name));
-            RefuseDuplicate(cluster_.nodes, node.name, "nodes");
+            Fields fields = NamedFields(json, "node", cluster_.nodes, node);
             if (const Json* state = fields.Get("state"))
                 node.state = ReadNamed(*state, kNodeStates, "the state of " + fields.Where());
             if (fields.Bool("local", false)) {
@@ -418,12 +421,10 @@ private:
     void ReadNetworks(const Json* networks) {
         if (!networks) return;
         for (const Json& json : *networks) {
-            Fields fields(json, "a network");
             Network network;
-            network.name = fields.RequiredString("name");
-            fields.Rename("network " + Quote(network.name));
-            RefuseDuplicate(cluster_.networks, network.name, "networks");
-            if (const Json* role = fields.Get("role")) network.role = ReadNamed(*role, kRoles, "the role of " + fields.Where());
+            Fields fields = NamedFields(json, "network", cluster_.networks, network);
+            if (const Json* role = fields.Get("role"))
+                network.role = ReadNamed(*role, kRoles, "the role of " + fields.Where());
             network.address = fields.String("address");
             network.addressMask = fields.String("mask");
             network.description = fields.String("description");
@@ -445,11 +446,8 @@ private:
     }
 
     void ReadGroup(const Json& json) {
-        Fields fields(json, "a group");
         Group group;
-        group.name = fields.RequiredString("name");
-        fields.Rename("group " + Quote(group.name));
-        RefuseDuplicate(cluster_.groups, group.name, "groups");
+        Fields fields = NamedFields(json, "group", cluster_.groups, group);
         std::wstring owner = fields.String("owner");
         group.owner = owner.empty() ? DefaultOwner() : NodeNamed(owner, fields.Where());
         group.preferredOwners = NodesNamed(fields.Strings("preferredOwners"), fields.Where());
@@ -462,12 +460,9 @@ private:
     ObjectId DefaultOwner() const { return cluster_.localNode ? cluster_.localNode : cluster_.nodes.front().id; }
 
     void ReadResource(const Json& json) {
-        Fields fields(json, "a resource");
         Resource resource;
-        resource.name = fields.RequiredString("name");
-        fields.Rename("resource " + Quote(resource.name));
+        Fields fields = NamedFields(json, "resource", cluster_.resources, resource);
         const std::string& where = fields.Where();
-        RefuseDuplicate(cluster_.resources, resource.name, "resources");
 
         resource.type = fields.RequiredString("type");
         const ResourceType* type = cluster_.FindType(resource.type);
@@ -485,7 +480,8 @@ private:
             Fail(where + " is owned by " + Quote(owner) + " but its group " + Quote(group->name) + " by " +
                  Quote(cluster_.FindNode(group->owner)->name));
 
-        if (const Json* state = fields.Get("state")) resource.state = ReadNamed(*state, kResourceStates, "the state of " + where);
+        if (const Json* state = fields.Get("state"))
+            resource.state = ReadNamed(*state, kResourceStates, "the state of " + where);
         if (fields.Get("possibleOwners"))
             resource.possibleOwners = NodesNamed(fields.Strings("possibleOwners"), where);
         else
@@ -493,6 +489,7 @@ private:
         fields.Get("dependencies");  // read once every resource exists
         resource.common = ReadProperties(fields.Get("common"), "the common properties of " + where,
                                          DefaultResourceCommonProperties());
+        if (resource.common.Find(L"Name")) Fail(where + " names itself again among its common properties");
         resource.privateProperties = ReadProperties(fields.Get("private"), "the private properties of " + where);
         if (fields.Get("networkName")) resource.networkName = fields.String("networkName");
         resource.checkpoints = fields.Strings("checkpoints");
@@ -612,8 +609,7 @@ private:
             std::wstring name = Widen(item.get<std::string>());
             Resource* dependency = cluster_.FindResource(name);
             if (!dependency) Fail(where + " depends on unknown resource " + Quote(name));
-            if (dependency->group != resource.group)
-                Fail(where + " depends on " + Quote(name) + " of another group");
+            if (dependency->group != resource.group) Fail(where + " depends on " + Quote(name) + " of another group");
             if (dependency == &resource || cluster_.DependsOn(*dependency, resource))
                 Fail(where + " and " + Quote(name) + " depend on each other");
             resource.dependencies.push_back(dependency->id);

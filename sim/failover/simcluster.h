@@ -99,12 +99,11 @@ SIMCLUSTER_API BOOL WINAPI SimCluster_MoveGroup(const wchar_t* group, const wcha
 // "42", "{\"binary\":\"0A0B\"}", "{\"multiSz\":[\"a\",\"b\"]}" and so on; null
 // removes the property. `common` chooses the resource's common properties
 // instead of its private ones.
-SIMCLUSTER_API BOOL WINAPI SimCluster_SetResourceProperty(const wchar_t* resource, BOOL common,
-                                                          const wchar_t* name, const char* jsonValue);
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetResourceProperty(const wchar_t* resource, BOOL common, const wchar_t* name,
+                                                          const char* jsonValue);
 
 // The same for the cluster's common (or read-only common) properties.
-SIMCLUSTER_API BOOL WINAPI SimCluster_SetClusterProperty(BOOL readOnly, const wchar_t* name,
-                                                         const char* jsonValue);
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetClusterProperty(BOOL readOnly, const wchar_t* name, const char* jsonValue);
 
 // Scripts how the resource answers the next requests to reach `target`
 // (ClusterResourceOnline or ClusterResourceOffline): it goes pending, and
@@ -123,8 +122,7 @@ SIMCLUSTER_API BOOL WINAPI SimCluster_ScriptTransition(const wchar_t* resource, 
 // with SetLastError(error); the state functions answer -1 with
 // SetLastError(error); the others answer `error`. FALSE for a name that is
 // not an entry point.
-SIMCLUSTER_API BOOL WINAPI SimCluster_InjectFailure(const wchar_t* entryPoint, DWORD nth, DWORD count,
-                                                    DWORD error);
+SIMCLUSTER_API BOOL WINAPI SimCluster_InjectFailure(const wchar_t* entryPoint, DWORD nth, DWORD count, DWORD error);
 SIMCLUSTER_API void WINAPI SimCluster_ClearFailures(void);
 
 // Calls of an entry point since the counters were last reset (failed calls

@@ -67,7 +67,8 @@ void Simulator::LoadDefaultScenario() {
     decided_ = true;
     wchar_t named[MAX_PATH * 4];
     DWORD length = GetEnvironmentVariableW(L"ORVSIM_SCENARIO", named, ARRAYSIZE(named));
-    std::wstring path = length > 0 && length < ARRAYSIZE(named) ? std::wstring(named) : ModuleFolder() + L"scenario.json";
+    std::wstring path =
+        length > 0 && length < ARRAYSIZE(named) ? std::wstring(named) : ModuleFolder() + L"scenario.json";
     if (length == 0 && GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return;
     std::string text;
     if (!ReadWholeFile(path, text)) {

@@ -8,42 +8,25 @@
 #include <utility>
 #include <vector>
 
+#include "entry_points.h"
 #include "model.h"
 #include "simcluster.h"
 
 namespace simcluster {
 
-// Every entry point of the simulated platform libraries, for call counting
-// and failure injection.
-#define SIMCLUSTER_ENTRY_POINTS(X)                                                                     \
-    X(AddClusterResourceDependency) X(AddClusterResourceNode) X(BackupClusterDatabase)                  \
-    X(ChangeClusterResourceGroup) X(CloseCluster) X(CloseClusterGroup) X(CloseClusterNetwork)           \
-    X(CloseClusterNode) X(CloseClusterResource) X(ClusterCloseEnum) X(ClusterControl) X(ClusterEnum)    \
-    X(ClusterGroupCloseEnum) X(ClusterGroupEnum) X(ClusterGroupOpenEnum) X(ClusterNetworkControl)       \
-    X(ClusterOpenEnum) X(ClusterResourceCloseEnum) X(ClusterResourceControl) X(ClusterResourceEnum)     \
-    X(ClusterResourceOpenEnum) X(CreateClusterGroup) X(CreateClusterResource) X(DeleteClusterGroup)     \
-    X(DeleteClusterResource) X(GetClusterGroupState) X(GetClusterInformation)                          \
-    X(GetClusterQuorumResource) X(GetClusterResourceNetworkName) X(GetClusterResourceState)            \
-    X(GetNodeClusterState) X(OfflineClusterResource) X(OnlineClusterGroup) X(OnlineClusterResource)     \
-    X(OpenCluster) X(OpenClusterGroup) X(OpenClusterNetwork) X(OpenClusterNode) X(OpenClusterResource) \
-    X(RemoveClusterResourceDependency) X(RemoveClusterResourceNode) X(RestoreClusterDatabase)          \
-    X(ResUtilFindSzProperty) X(ResUtilFindDwordProperty) X(ClusterIsPathOnSharedVolume)                 \
-    X(ClusterGetVolumePathName) X(ClusterGetVolumeNameForVolumeMountPoint)                             \
-    X(ClusterPrepareSharedVolumeForBackup) X(ClusterClearBackupStateForSharedVolume)
-
 enum class EntryPoint {
 #define SIMCLUSTER_ENUMERATOR(name) name,
     SIMCLUSTER_ENTRY_POINTS(SIMCLUSTER_ENUMERATOR)
 #undef SIMCLUSTER_ENUMERATOR
-    Count
+        Count
 };
 
 // What a cluster API handle stands for. The handle value is the address of
 // this record; a value that is not in the table is never dereferenced.
 struct Handle {
     SIMCLUSTER_HANDLE_KIND kind;
-    ObjectId object = 0;      // the node, group, resource or network
-    ObjectId connection = 0;  // cluster handles: the node the connection was made to
+    ObjectId object = 0;                                // the node, group, resource or network
+    ObjectId connection = 0;                            // cluster handles: the node the connection was made to
     std::vector<std::pair<DWORD, std::wstring>> items;  // enumerations: type and name, taken at opening
 };
 

@@ -100,9 +100,8 @@ DWORD Answer(const Outcome& outcome, ULONGLONG now, CLUSTER_RESOURCE_STATE targe
 }
 
 bool HostsAllowed(const Resource& resource, ObjectId node) {
-    return resource.possibleOwners.empty() ||
-           std::find(resource.possibleOwners.begin(), resource.possibleOwners.end(), node) !=
-               resource.possibleOwners.end();
+    return resource.possibleOwners.empty() || std::find(resource.possibleOwners.begin(), resource.possibleOwners.end(),
+                                                        node) != resource.possibleOwners.end();
 }
 
 }  // namespace

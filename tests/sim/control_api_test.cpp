@@ -1,18 +1,9 @@
 // The simulator's control API: scenarios, failure injection, counters.
 
-#include <sstream>
-
 #include "sim_test.h"
 
 namespace simtest {
 namespace {
-
-std::vector<std::string> Split(const std::string& list) {
-    std::vector<std::string> names;
-    std::stringstream stream(list);
-    for (std::string name; std::getline(stream, name, ',');) names.push_back(name);
-    return names;
-}
 
 std::string SavedScenario() {
     DWORD size = 0;
@@ -66,8 +57,7 @@ TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheCluste
          "scenario: the state of node 'N' is \"sleeping\", which is not one of its known values"},
         {R"({"cluster": {"name": "C"}, "nodes": [{"name": "A", "local": true}, {"name": "B", "local": true}]})",
          "scenario: nodes 'A' and 'B' are both marked local"},
-        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}, {"name": "n"}]})",
-         "scenario: two nodes are named 'n'"},
+        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}, {"name": "n"}]})", "scenario: two nodes are named 'n'"},
         {R"({"cluster": {"name": "C"}, "nodes": []})", "scenario: the cluster has no nodes"},
         {R"({"cluster": {"name": "C", "quorum": {"resource": "Q"}}, "nodes": [{"name": "N"}]})",
          "scenario: the quorum names unknown resource 'Q'"},
@@ -113,7 +103,8 @@ TEST_F(ControlApi, InjectedFailureHitsTheNthCallOnlyAndIsReportedTheWayTheFuncti
     Owned<HRESOURCE> third = Resource(L"Orvane IP Address");
     EXPECT_TRUE(third);
 
-    EXPECT_EQ(ClusterResourceStateUnknown, Sim().GetClusterResourceState(first.get(), nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(ClusterResourceStateUnknown,
+              Sim().GetClusterResourceState(first.get(), nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(DWORD(ERROR_GEN_FAILURE), GetLastError());
     EXPECT_EQ(ClusterResourceOnline, Sim().GetClusterResourceState(first.get(), nullptr, nullptr, nullptr, nullptr));
 
@@ -164,9 +155,9 @@ TEST_F(ControlApi, OpenHandlesAreCountedPerKindAndClosingTwiceFails) {
 TEST_F(ControlApi, EveryEntryPointIsExported) {
     HMODULE clusapi = GetModuleHandleW(L"clusapi.dll");
     HMODULE resutils = LoadLibraryW(L"resutils.dll");
-    for (const std::string& name : Split(SIMTEST_CLUSAPI_EXPORTS))
+    for (const std::string& name : ListOf(SIMTEST_CLUSAPI_EXPORTS))
         EXPECT_NE(nullptr, GetProcAddress(clusapi, name.c_str())) << name;
-    for (const std::string& name : Split(SIMTEST_RESUTILS_EXPORTS))
+    for (const std::string& name : ListOf(SIMTEST_RESUTILS_EXPORTS))
         EXPECT_NE(nullptr, GetProcAddress(resutils, name.c_str())) << name;
 }
 
@@ -198,6 +189,51 @@ TEST_F(ControlApi, StateControlsChangeWhatTheEntryPointsAnswer) {
     EXPECT_EQ("no resource is named 'Nothing'", Utf8(SimCluster_LastError()));
     EXPECT_FALSE(SimCluster_SetResourceState(L"Orvane Job Engine", 77));
     EXPECT_FALSE(SimCluster_SetResourceProperty(L"Orvane Job Engine", FALSE, L"X", "{\"binary\": \"ABC\"}"));
+}
+
+// Runs this program again, with ORVSIM_SCENARIO naming `scenario`, and
+// answers its exit code: the child's simulator loads on its own.
+DWORD RunWithScenario(const std::wstring& scenario) {
+    wchar_t self[MAX_PATH];
+    GetModuleFileNameW(nullptr, self, MAX_PATH);
+    std::wstring command = L"\"" + std::wstring(self) + L"\" --gtest_filter=AutomaticLoadingChild.*";
+    SetEnvironmentVariableW(L"ORVSIM_SCENARIO", scenario.c_str());
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    BOOL started =
+        CreateProcessW(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
+    SetEnvironmentVariableW(L"ORVSIM_SCENARIO", nullptr);
+    if (!started) return GetLastError();
+    WaitForSingleObject(process.hProcess, 60000);
+    DWORD code = 1;
+    GetExitCodeProcess(process.hProcess, &code);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return code;
+}
+
+TEST(AutomaticLoading, TheFirstCallLoadsTheScenarioTheEnvironmentNames) {
+    EXPECT_EQ(0u, RunWithScenario(ExampleScenario()));
+    EXPECT_EQ(0u, RunWithScenario(L"Z:\\no\\such\\scenario.json"));
+}
+
+TEST(AutomaticLoadingChild, SeesTheClusterOfItsEnvironment) {
+    wchar_t named[MAX_PATH];
+    if (!GetEnvironmentVariableW(L"ORVSIM_SCENARIO", named, MAX_PATH)) GTEST_SKIP() << "runs in a child process";
+    HCLUSTER cluster = Sim().OpenCluster(nullptr);
+    if (ExampleScenario() == named) {
+        ASSERT_NE(nullptr, cluster);
+        wchar_t name[16];
+        DWORD length = 16;
+        EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().GetClusterInformation(cluster, name, &length, nullptr));
+        EXPECT_STREQ(L"ORVCLUS01", name);
+        Sim().CloseCluster(cluster);
+    } else {
+        EXPECT_EQ(nullptr, cluster);
+        EXPECT_EQ(DWORD(RPC_S_SERVER_UNAVAILABLE), GetLastError());
+        EXPECT_EQ("scenario: cannot read " + Utf8(named), Utf8(SimCluster_LastError()));
+    }
 }
 
 }  // namespace

@@ -30,7 +30,9 @@ public:
     }
 
 private:
-    void Word(DWORD word) { body_.insert(body_.end(), reinterpret_cast<BYTE*>(&word), reinterpret_cast<BYTE*>(&word) + 4); }
+    void Word(DWORD word) {
+        body_.insert(body_.end(), reinterpret_cast<BYTE*>(&word), reinterpret_cast<BYTE*>(&word) + 4);
+    }
     void Entry(DWORD syntax, const void* data, size_t size) {
         Word(syntax);
         Word(static_cast<DWORD>(size));
@@ -59,6 +61,16 @@ std::vector<std::pair<DWORD, std::vector<BYTE>>> ValueEntries(const std::vector<
     }
     EXPECT_EQ(list.size(), at + 4) << "the end mark closes the list";
     return entries;
+}
+
+// The record an entry holds, checked for its syntax and size.
+template <class Record>
+Record RecordOf(const std::pair<DWORD, std::vector<BYTE>>& entry, DWORD syntax) {
+    Record record = {};
+    EXPECT_EQ(syntax, entry.first);
+    EXPECT_EQ(sizeof record, entry.second.size());
+    std::memcpy(&record, entry.second.data(), std::min(sizeof record, entry.second.size()));
+    return record;
 }
 
 std::wstring FindText(const std::vector<BYTE>& list, const wchar_t* name, DWORD* result = nullptr) {
@@ -100,17 +112,18 @@ TEST_F(ControlCode, ShortBufferGetsMoreDataWithTheSizeAndNoBufferAsksForIt) {
     Owned<HRESOURCE> resource = Resource(L"Orvane IP Address");
     const DWORD code = CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES;
     DWORD needed = 0;
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0, nullptr, 0, &needed));
+    ASSERT_EQ(DWORD(ERROR_SUCCESS),
+              Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0, nullptr, 0, &needed));
     EXPECT_GT(needed, 100u);
     std::vector<BYTE> answer(needed);
     DWORD returned = 0;
     EXPECT_EQ(DWORD(ERROR_MORE_DATA),
               Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0, answer.data(), 4, &returned));
     EXPECT_EQ(needed, returned);
-    EXPECT_EQ(DWORD(ERROR_MORE_DATA),
-              Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0, answer.data(), needed - 1, &returned));
-    EXPECT_EQ(DWORD(ERROR_SUCCESS),
-              Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0, answer.data(), needed, &returned));
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA), Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0,
+                                                                   answer.data(), needed - 1, &returned));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0,
+                                                                 answer.data(), needed, &returned));
     EXPECT_EQ(needed, returned);
     EXPECT_EQ(L"10.20.30.40", FindText(answer, L"Address"));
     EXPECT_EQ(1u, FindNumber(answer, L"EnableNetBios"));
@@ -176,10 +189,7 @@ TEST_F(ControlCode, StorageControlsDescribeTheDiskAndItsPartitions) {
     ASSERT_EQ(5u, entries.size());
     EXPECT_EQ(CLUSPROP_SYNTAX_DISK_SIGNATURE, entries[0].first);
     EXPECT_EQ(1374389534u, *reinterpret_cast<const DWORD*>(entries[0].second.data()));
-    ASSERT_EQ(CLUSPROP_SYNTAX_PARTITION_INFO_EX, entries[4].first);
-    ASSERT_EQ(sizeof(CLUS_PARTITION_INFO_EX), entries[4].second.size());
-    CLUS_PARTITION_INFO_EX partition;
-    std::memcpy(&partition, entries[4].second.data(), sizeof partition);
+    auto partition = RecordOf<CLUS_PARTITION_INFO_EX>(entries[4], CLUSPROP_SYNTAX_PARTITION_INFO_EX);
     EXPECT_STREQ(L"S:\\", partition.szDeviceName);
     EXPECT_STREQ(L"Orvane Data", partition.szVolumeLabel);
     EXPECT_EQ(1u, partition.PartitionNumber);
@@ -187,8 +197,7 @@ TEST_F(ControlCode, StorageControlsDescribeTheDiskAndItsPartitions) {
     EXPECT_EQ(0x02, partition.VolumeGuid.Data4[7]);
 
     entries = ValueEntries(ResourceControl(L"Cluster Disk 1", CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO));
-    ASSERT_EQ(CLUSPROP_SYNTAX_PARTITION_INFO, entries.back().first);
-    EXPECT_EQ(sizeof(CLUS_PARTITION_INFO), entries.back().second.size());
+    EXPECT_STREQ(L"S:\\", RecordOf<CLUS_PARTITION_INFO>(entries.back(), CLUSPROP_SYNTAX_PARTITION_INFO).szDeviceName);
 
     std::vector<BYTE> classInfo = ResourceControl(L"Cluster Disk 1", CLUSCTL_RESOURCE_GET_CLASS_INFO);
     ASSERT_EQ(sizeof(CLUS_RESOURCE_CLASS_INFO), classInfo.size());
@@ -206,21 +215,18 @@ TEST_F(ControlCode, StorageControlsDescribeTheDiskAndItsPartitions) {
 TEST_F(ControlCode, SharedVolumeControlsAnswerOnlyForSharedVolumes) {
     auto volumes = ValueEntries(ResourceControl(L"Cluster Disk 3", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_INFO));
     ASSERT_EQ(1u, volumes.size());
-    ASSERT_EQ(CLUSPROP_SYNTAX_LIST_VALUE_BINARY, volumes[0].first);
-    ASSERT_EQ(sizeof(CLUS_CSV_VOLUME_INFO), volumes[0].second.size());
-    CLUS_CSV_VOLUME_INFO volume;
-    std::memcpy(&volume, volumes[0].second.data(), sizeof volume);
+    auto volume = RecordOf<CLUS_CSV_VOLUME_INFO>(volumes[0], CLUSPROP_SYNTAX_LIST_VALUE_BINARY);
     EXPECT_STREQ(L"Volume1", volume.szVolumeFriendlyName);
     EXPECT_STREQ(L"\\\\?\\Volume{5a1f0b2c-3d4e-4f60-8172-93a4b5c6d704}\\", volume.szVolumeName);
     EXPECT_EQ(2u, volume.PartitionNumber);
     EXPECT_EQ(135266304u, volume.VolumeOffset.QuadPart);
     EXPECT_EQ(VolumeBackupNone, volume.BackupState);
 
-    auto partitions = ValueEntries(
-        ResourceControl(L"Cluster Disk 3", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_PARTITION_INFO));
+    auto partitions =
+        ValueEntries(ResourceControl(L"Cluster Disk 3", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_PARTITION_INFO));
     ASSERT_EQ(1u, partitions.size());
     EXPECT_STREQ(L"C:\\ClusterStorage\\Volume1\\",
-                 reinterpret_cast<const CLUS_PARTITION_INFO_EX*>(partitions[0].second.data())->szDeviceName);
+                 RecordOf<CLUS_PARTITION_INFO_EX>(partitions[0], CLUSPROP_SYNTAX_PARTITION_INFO_EX).szDeviceName);
 
     DWORD result = 0;
     ResourceControl(L"Cluster Disk 1", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_PARTITION_INFO, nullptr, 0, &result);
@@ -249,11 +255,13 @@ TEST_F(ControlCode, ClusterAndNetworkControlsGiveTheirCommonProperties) {
     Owned<HNETWORK> heartbeat(Sim().OpenClusterNetwork(cluster_.get(), L"Heartbeat"));
     std::vector<BYTE> properties(4);
     DWORD returned = 0;
-    ASSERT_EQ(DWORD(ERROR_MORE_DATA), Sim().ClusterNetworkControl(heartbeat.get(), nullptr, CLUSCTL_NETWORK_GET_COMMON_PROPERTIES,
-                                                                  nullptr, 0, properties.data(), 4, &returned));
+    ASSERT_EQ(DWORD(ERROR_MORE_DATA),
+              Sim().ClusterNetworkControl(heartbeat.get(), nullptr, CLUSCTL_NETWORK_GET_COMMON_PROPERTIES, nullptr, 0,
+                                          properties.data(), 4, &returned));
     properties.resize(returned);
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().ClusterNetworkControl(heartbeat.get(), nullptr, CLUSCTL_NETWORK_GET_COMMON_PROPERTIES,
-                                                                nullptr, 0, properties.data(), returned, &returned));
+    ASSERT_EQ(DWORD(ERROR_SUCCESS),
+              Sim().ClusterNetworkControl(heartbeat.get(), nullptr, CLUSCTL_NETWORK_GET_COMMON_PROPERTIES, nullptr, 0,
+                                          properties.data(), returned, &returned));
     EXPECT_EQ(DWORD(ClusterNetworkRoleInternalUse), FindNumber(properties, L"Role"));
     EXPECT_EQ(L"Heartbeat", FindText(properties, L"Name"));
 

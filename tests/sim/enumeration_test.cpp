@@ -15,8 +15,7 @@ using EnumFunction = std::function<DWORD(DWORD index, DWORD* type, wchar_t* name
 // be `first`: lengths in characters, the terminator counted on the way in
 // but not on the way out, ERROR_MORE_DATA with the needed length and the
 // buffer untouched, ERROR_NO_MORE_ITEMS past the end.
-void CheckLengthConventions(const EnumFunction& enumerate, const std::wstring& first, DWORD expectedType,
-                            DWORD count) {
+void CheckLengthConventions(const EnumFunction& enumerate, const std::wstring& first, DWORD expectedType, DWORD count) {
     SCOPED_TRACE(Utf8(first));
     wchar_t name[64];
     DWORD type = 0;
@@ -47,8 +46,9 @@ using Enumeration = SimulatorTest;
 
 TEST_F(Enumeration, EveryEnumeratorFollowsTheDocumentedLengthConventions) {
     Owned<HCLUSENUM> nodes(Sim().ClusterOpenEnum(cluster_.get(), CLUSTER_ENUM_NODE));
-    CheckLengthConventions([&](DWORD i, DWORD* t, wchar_t* n, DWORD* l) { return Sim().ClusterEnum(nodes.get(), i, t, n, l); },
-                           L"NODE1", CLUSTER_ENUM_NODE, 2);
+    CheckLengthConventions(
+        [&](DWORD i, DWORD* t, wchar_t* n, DWORD* l) { return Sim().ClusterEnum(nodes.get(), i, t, n, l); }, L"NODE1",
+        CLUSTER_ENUM_NODE, 2);
 
     Owned<HGROUP> group = Group(L"SQL Server (MSSQLSERVER)");
     Owned<HGROUPENUM> members(Sim().ClusterGroupOpenEnum(group.get(), CLUSTER_GROUP_ENUM_CONTAINS));
@@ -58,9 +58,9 @@ TEST_F(Enumeration, EveryEnumeratorFollowsTheDocumentedLengthConventions) {
 
     Owned<HRESOURCE> name = Resource(L"Orvane Server Name");
     Owned<HRESENUM> dependents(Sim().ClusterResourceOpenEnum(name.get(), CLUSTER_RESOURCE_ENUM_PROVIDES));
-    CheckLengthConventions(
-        [&](DWORD i, DWORD* t, wchar_t* n, DWORD* l) { return Sim().ClusterResourceEnum(dependents.get(), i, t, n, l); },
-        L"Orvane Job Engine", CLUSTER_RESOURCE_ENUM_PROVIDES, 3);
+    CheckLengthConventions([&](DWORD i, DWORD* t, wchar_t* n,
+                               DWORD* l) { return Sim().ClusterResourceEnum(dependents.get(), i, t, n, l); },
+                           L"Orvane Job Engine", CLUSTER_RESOURCE_ENUM_PROVIDES, 3);
 }
 
 TEST_F(Enumeration, TypesChooseWhatIsListedInTypeOrder) {
@@ -92,14 +92,14 @@ TEST_F(Enumeration, ResourceAndGroupEnumerationsListRelationsWithTheirType) {
     DWORD type = 0, length = 64;
     for (DWORD i = 0; Sim().ClusterResourceEnum(all.get(), i, &type, text, &length) == ERROR_SUCCESS; ++i, length = 64)
         entries.emplace_back(type, text);
-    EXPECT_EQ((std::vector<std::pair<DWORD, std::wstring>>{
-                  {CLUSTER_RESOURCE_ENUM_DEPENDS, L"Orvane IP Address"},
-                  {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Job Engine"},
-                  {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Tape Engine"},
-                  {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Discovery Service"},
-                  {CLUSTER_RESOURCE_ENUM_NODES, L"NODE1"},
-                  {CLUSTER_RESOURCE_ENUM_NODES, L"NODE2"}}),
-              entries);
+    EXPECT_EQ(
+        (std::vector<std::pair<DWORD, std::wstring>>{{CLUSTER_RESOURCE_ENUM_DEPENDS, L"Orvane IP Address"},
+                                                     {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Job Engine"},
+                                                     {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Tape Engine"},
+                                                     {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Discovery Service"},
+                                                     {CLUSTER_RESOURCE_ENUM_NODES, L"NODE1"},
+                                                     {CLUSTER_RESOURCE_ENUM_NODES, L"NODE2"}}),
+        entries);
 
     Owned<HGROUP> group = Group(L"SQL Server (MSSQLSERVER)");
     Owned<HGROUPENUM> owners(Sim().ClusterGroupOpenEnum(group.get(), CLUSTER_GROUP_ENUM_NODES));

@@ -1,22 +1,13 @@
 // Runs in the folder of the simulator variant that lacks some entry points
 // and checks that it lacks exactly those.
 
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <algorithm>
-#include <sstream>
-#include <string>
-#include <vector>
+
+#include "sim_test.h"
 
 namespace {
 
-std::vector<std::string> Split(const std::string& list) {
-    std::vector<std::string> names;
-    std::stringstream stream(list);
-    for (std::string name; std::getline(stream, name, ',');) names.push_back(name);
-    return names;
-}
+using simtest::ListOf;
 
 std::wstring FolderOf(HMODULE module) {
     wchar_t path[MAX_PATH];
@@ -28,9 +19,9 @@ void CheckExports(const wchar_t* library, const std::string& exports, const std:
     HMODULE module = LoadLibraryW(library);
     ASSERT_NE(nullptr, module);
     EXPECT_EQ(FolderOf(nullptr), FolderOf(module)) << "loaded from beside the program";
-    std::vector<std::string> absent = Split(missing);
+    std::vector<std::string> absent = ListOf(missing);
     ASSERT_FALSE(absent.empty());
-    for (const std::string& name : Split(exports)) {
+    for (const std::string& name : ListOf(exports)) {
         bool expected = std::find(absent.begin(), absent.end(), name) == absent.end();
         EXPECT_EQ(expected, GetProcAddress(module, name.c_str()) != nullptr) << name;
     }

@@ -28,7 +28,8 @@ TEST_F(Provisioning, CreatedGroupAndResourceCanBeUsedAndDeletedAgain) {
 
     Owned<HRESOURCE> resource(Sim().CreateClusterResource(group.get(), L"TestNullRes13", L"IP Address", 0));
     ASSERT_TRUE(resource);
-    EXPECT_EQ(ClusterResourceOffline, Sim().GetClusterResourceState(resource.get(), nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(ClusterResourceOffline,
+              Sim().GetClusterResourceState(resource.get(), nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(L"NULLTESTGRP13", GroupOf(resource.get()));
     EXPECT_EQ(DWORD(ERROR_DIR_NOT_EMPTY), Sim().DeleteClusterGroup(group.get()));
 
@@ -80,7 +81,8 @@ TEST_F(Provisioning, ChangingTheGroupOfAResourceMovesItsWholeDependencyTree) {
     // The groups must have the same owner.
     Owned<HCLUSTER> node2(Sim().OpenCluster(L"NODE2"));
     Owned<HGROUP> elsewhere(Sim().CreateClusterGroup(node2.get(), L"Group On NODE2"));
-    EXPECT_EQ(DWORD(ERROR_HOST_NODE_NOT_GROUP_OWNER), Sim().ChangeClusterResourceGroup(discovery.get(), elsewhere.get()));
+    EXPECT_EQ(DWORD(ERROR_HOST_NODE_NOT_GROUP_OWNER),
+              Sim().ChangeClusterResourceGroup(discovery.get(), elsewhere.get()));
 }
 
 TEST_F(Provisioning, PossibleOwnersAreAddedAndRemovedOnce) {
@@ -114,13 +116,13 @@ TEST_F(Provisioning, NetworkNameIsTheNameOfTheNetworkNameResourceDependedOn) {
 TEST_F(Provisioning, ClusterInformationAndQuorumFollowTheLengthConventions) {
     wchar_t name[16], device[16];
     DWORD nameLength = 16, deviceLength = 3, logSize = 0;
-    EXPECT_EQ(DWORD(ERROR_MORE_DATA), Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device,
-                                                                      &deviceLength, &logSize));
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA),
+              Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device, &deviceLength, &logSize));
     EXPECT_EQ(14u, nameLength);
     EXPECT_EQ(11u, deviceLength);
     nameLength = deviceLength = 16;
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device,
-                                                                    &deviceLength, &logSize));
+    ASSERT_EQ(DWORD(ERROR_SUCCESS),
+              Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device, &deviceLength, &logSize));
     EXPECT_STREQ(L"Cluster Disk Q", name);
     EXPECT_STREQ(L"Q:\\Cluster\\", device);
     EXPECT_EQ(4194304u, logSize);

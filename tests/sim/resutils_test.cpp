@@ -12,7 +12,9 @@ namespace {
 // "Blob" = 3 bytes.
 std::vector<BYTE> SampleList() {
     std::vector<BYTE> list;
-    auto word = [&](DWORD value) { list.insert(list.end(), reinterpret_cast<BYTE*>(&value), reinterpret_cast<BYTE*>(&value) + 4); };
+    auto word = [&](DWORD value) {
+        list.insert(list.end(), reinterpret_cast<BYTE*>(&value), reinterpret_cast<BYTE*>(&value) + 4);
+    };
     auto entry = [&](DWORD syntax, const void* data, DWORD size) {
         word(syntax);
         word(size);
@@ -168,7 +170,8 @@ TEST_F(SharedVolumes, BackupPreparationReportsTheVolumeAndMarksItsBackupState) {
     EXPECT_EQ(VolumeBackupNone, backupState());
 
     wchar_t path[27], name[50];
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().ClusterPrepareSharedVolumeForBackup(file, path, &pathLength, name, &nameLength));
+    ASSERT_EQ(DWORD(ERROR_SUCCESS),
+              Sim().ClusterPrepareSharedVolumeForBackup(file, path, &pathLength, name, &nameLength));
     EXPECT_STREQ(L"C:\\ClusterStorage\\Volume1\\", path);
     EXPECT_EQ(26u, pathLength);
     EXPECT_STREQ(L"\\\\?\\Volume{5a1f0b2c-3d4e-4f60-8172-93a4b5c6d704}\\", name);

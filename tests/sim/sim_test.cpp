@@ -1,5 +1,7 @@
 #include "sim_test.h"
 
+#include <sstream>
+
 namespace simtest {
 
 namespace {
@@ -12,10 +14,10 @@ F Bind(const wchar_t* library, const char* name) {
 
 Api BindAll() {
     Api api;
-#define SIMTEST_BIND(name)                                                                             \
-    api.name = Bind<name##Function>(L"clusapi.dll", #name);                                            \
+#define SIMTEST_BIND(name)                                  \
+    api.name = Bind<name##Function>(L"clusapi.dll", #name); \
     if (!api.name) api.name = Bind<name##Function>(L"resutils.dll", #name);
-    SIMTEST_ENTRY_POINTS(SIMTEST_BIND)
+    SIMCLUSTER_ENTRY_POINTS(SIMTEST_BIND)
 #undef SIMTEST_BIND
     return api;
 }
@@ -31,6 +33,13 @@ std::string Utf8(const std::wstring& text) {
     std::string utf8;
     for (wchar_t c : text) utf8 += c < 128 ? static_cast<char>(c) : '?';
     return utf8;
+}
+
+std::vector<std::string> ListOf(const std::string& list) {
+    std::vector<std::string> names;
+    std::stringstream stream(list);
+    for (std::string name; std::getline(stream, name, ',');) names.push_back(name);
+    return names;
 }
 
 std::wstring ExampleScenario() {

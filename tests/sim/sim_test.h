@@ -12,32 +12,17 @@
 #include <type_traits>
 #include <vector>
 
+#include "entry_points.h"
 #include "orvcluster/cluster_api.h"
 #include "simclock.h"
 #include "simcluster.h"
 
 namespace simtest {
 
-#define SIMTEST_ENTRY_POINTS(X)                                                                                \
-    X(AddClusterResourceDependency) X(AddClusterResourceNode) X(BackupClusterDatabase)                        \
-    X(ChangeClusterResourceGroup) X(CloseCluster) X(CloseClusterGroup) X(CloseClusterNetwork)                 \
-    X(CloseClusterNode) X(CloseClusterResource) X(ClusterCloseEnum) X(ClusterControl) X(ClusterEnum)          \
-    X(ClusterGroupCloseEnum) X(ClusterGroupEnum) X(ClusterGroupOpenEnum) X(ClusterNetworkControl)             \
-    X(ClusterOpenEnum) X(ClusterResourceCloseEnum) X(ClusterResourceControl) X(ClusterResourceEnum)           \
-    X(ClusterResourceOpenEnum) X(CreateClusterGroup) X(CreateClusterResource) X(DeleteClusterGroup)           \
-    X(DeleteClusterResource) X(GetClusterGroupState) X(GetClusterInformation) X(GetClusterQuorumResource)     \
-    X(GetClusterResourceNetworkName) X(GetClusterResourceState) X(GetNodeClusterState)                        \
-    X(OfflineClusterResource) X(OnlineClusterGroup) X(OnlineClusterResource) X(OpenCluster)                   \
-    X(OpenClusterGroup) X(OpenClusterNetwork) X(OpenClusterNode) X(OpenClusterResource)                       \
-    X(RemoveClusterResourceDependency) X(RemoveClusterResourceNode) X(RestoreClusterDatabase)                 \
-    X(ResUtilFindSzProperty) X(ResUtilFindDwordProperty) X(ClusterIsPathOnSharedVolume)                        \
-    X(ClusterGetVolumePathName) X(ClusterGetVolumeNameForVolumeMountPoint)                                    \
-    X(ClusterPrepareSharedVolumeForBackup) X(ClusterClearBackupStateForSharedVolume)
-
 // Every entry point, looked up by name in the simulator's DLLs.
 struct Api {
 #define SIMTEST_FIELD(name) name##Function name;
-    SIMTEST_ENTRY_POINTS(SIMTEST_FIELD)
+    SIMCLUSTER_ENTRY_POINTS(SIMTEST_FIELD)
 #undef SIMTEST_FIELD
 };
 const Api& Sim();
@@ -57,6 +42,9 @@ template <class H>
 using Owned = std::unique_ptr<std::remove_pointer_t<H>, HandleCloser>;
 
 std::string Utf8(const std::wstring& text);
+
+// The names of a comma-separated list.
+std::vector<std::string> ListOf(const std::string& list);
 
 // The demo cluster, examples/scenarios/two-node-failover.json.
 std::wstring ExampleScenario();

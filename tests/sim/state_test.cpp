@@ -16,7 +16,8 @@ protected:
 
 TEST_F(States, ScriptedOnlineIsPendingUntilTheScriptedVirtualMoment) {
     SetOffline({L"Orvane Discovery Service"});
-    ASSERT_TRUE(SimCluster_ScriptTransition(L"Orvane Discovery Service", ClusterResourceOnline, 3000, ClusterResourceOnline));
+    ASSERT_TRUE(
+        SimCluster_ScriptTransition(L"Orvane Discovery Service", ClusterResourceOnline, 3000, ClusterResourceOnline));
     EXPECT_EQ(DWORD(ERROR_IO_PENDING), Online(L"Orvane Discovery Service"));
     EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Discovery Service"));
     Owned<HGROUP> group = Group(L"Orvane Group");
@@ -82,7 +83,8 @@ TEST_F(States, StateQueriesFillOwnerAndGroupNamesByTheDocumentedBufferRules) {
     Owned<HRESOURCE> resource = Resource(L"SQL Server (MSSQLSERVER)");
     wchar_t node[6], group[64];
     DWORD nodeLength = 6, groupLength = 64;
-    EXPECT_EQ(ClusterResourceOnline, Sim().GetClusterResourceState(resource.get(), node, &nodeLength, group, &groupLength));
+    EXPECT_EQ(ClusterResourceOnline,
+              Sim().GetClusterResourceState(resource.get(), node, &nodeLength, group, &groupLength));
     EXPECT_STREQ(L"NODE2", node);
     EXPECT_EQ(5u, nodeLength);
     EXPECT_STREQ(L"SQL Server (MSSQLSERVER)", group);
