@@ -240,8 +240,8 @@ bool ClusterDiskResource::GetSignature(DWORD& signature) {
 bool ClusterDiskResource::GetDrives(std::list<std::wstring>& drives) const {
     drives.clear();
     if (!diskInfo_) return false;
-    for (const auto& partition : *PartitionsOf(diskInfo_, diskInfoSize_, true))
-        drives.push_back(partition->GetDeviceName());
+    const MSCSPartitionList partitions = PartitionsOf(diskInfo_, diskInfoSize_, true);
+    for (const auto& partition : *partitions) drives.push_back(partition->GetDeviceName());
     return !drives.empty();
 }
 
