@@ -56,7 +56,9 @@ ULONGLONG WINAPI SimClock_GetTickCount64(void) {
 
 void WINAPI SimClock_Sleep(DWORD milliseconds) {
     InterlockedExchangeAdd64(&Section().clock->milliseconds, milliseconds);
-    Sleep(0);
+    // A real millisecond, so that a helper process that follows the clock
+    // (a test service stopping "after 20 seconds") keeps up with a waiter.
+    Sleep(1);
 }
 
 void WINAPI SimClock_Set(ULONGLONG milliseconds) {

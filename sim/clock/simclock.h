@@ -21,7 +21,8 @@ extern "C" {
 SIMCLOCK_API DWORD WINAPI SimClock_GetTickCount(void);
 SIMCLOCK_API ULONGLONG WINAPI SimClock_GetTickCount64(void);
 
-// Advances virtual time by `milliseconds` and yields the processor once.
+// Advances virtual time by `milliseconds` at once, then pauses one real
+// millisecond so that other processes on the same clock can follow.
 SIMCLOCK_API void WINAPI SimClock_Sleep(DWORD milliseconds);
 
 // Puts virtual time at `milliseconds`.
