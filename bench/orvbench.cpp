@@ -7,20 +7,23 @@
 // how it sums up its rounds (see Summary). The program only reports: it exits
 // 0 whether or not a goal is met.
 //
-// To add a figure, write its two arms (and a preparation if they need one)
-// and add a row to kBenchmarks.
+// To add a figure, write its two arms (and a preparation if they need one,
+// and a finish if the preparation leaves something to release) and add a row
+// to kBenchmarks.
 
 #include <windows.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cwctype>
 #include <string>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
 
 #include "orvcluster.h"
+#include "simcluster.h"
 
 namespace {
 
@@ -48,6 +51,9 @@ struct Benchmark {
     const char* (*prepare)();
     Arm measured;
     Arm baseline;
+    // Runs after the figure, taken or not, and releases what the preparation
+    // made; answers what it could not put back, or null. May be null.
+    const char* (*finish)();
 };
 
 // Many short rounds rather than a few long ones: the machine's load changes
@@ -139,13 +145,235 @@ void BareDebugOutput(long iterations) {
     for (long i = 0; i < iterations; ++i) OutputDebugStringW(finishedTraceLine.c_str());
 }
 
+// --- A string property found by the list itself against the platform -------
+
+// 64 string properties of the kind a resource of the product's group carries.
+struct Property {
+    const wchar_t* name;
+    const wchar_t* value;
+};
+
+const Property kProperties[] = {
+    {L"Name", L"Orvane Job Engine"},
+    {L"Type", L"Generic Service"},
+    {L"Description", L"Schedules and runs the backup jobs of the cluster"},
+    {L"OwnerGroup", L"Orvane Group"},
+    {L"OwnerNode", L"NODE1"},
+    {L"PreferredOwners", L"NODE1,NODE2"},
+    {L"PossibleOwners", L"NODE1,NODE2"},
+    {L"DependsOn", L"Orvane Server Name;Cluster Disk 1;Cluster Disk 2"},
+    {L"ServiceName", L"OrvJobEngine"},
+    {L"DisplayName", L"Orvane Job Engine"},
+    {L"StartupParameters", L"-cluster -quiet"},
+    {L"ImagePath", L"\"C:\\Program Files\\Orvane\\orvjobeng.exe\""},
+    {L"ServiceAccount", L"CORP\\svc-orvane"},
+    {L"VirtualServerName", L"ORVANESRV"},
+    {L"DnsName", L"orvanesrv.corp.example.com"},
+    {L"DnsSuffix", L"corp.example.com"},
+    {L"Address", L"10.20.30.40"},
+    {L"SubnetMask", L"255.255.255.0"},
+    {L"Network", L"Public"},
+    {L"Gateway", L"10.20.30.1"},
+    {L"PrimaryDnsServer", L"10.20.30.2"},
+    {L"SecondaryDnsServer", L"10.20.30.3"},
+    {L"Domain", L"CORP"},
+    {L"ClusterName", L"ORVCLUS01"},
+    {L"ClusterDnsName", L"orvclus01.corp.example.com"},
+    {L"QuorumResource", L"Cluster Disk Q"},
+    {L"QuorumPath", L"Q:\\Cluster\\"},
+    {L"SharedVolumesRoot", L"C:\\ClusterStorage"},
+    {L"DataDrive", L"S:\\"},
+    {L"CatalogDrive", L"T:\\"},
+    {L"InstallPath", L"C:\\Program Files\\Orvane"},
+    {L"DatabasePath", L"S:\\Orvane\\Database"},
+    {L"CatalogPath", L"T:\\Orvane\\Catalog"},
+    {L"LogPath", L"S:\\Orvane\\Logs"},
+    {L"TempPath", L"S:\\Orvane\\Temp"},
+    {L"JobQueuePath", L"S:\\Orvane\\Jobs"},
+    {L"ReportPath", L"S:\\Orvane\\Reports"},
+    {L"ConfigurationFile", L"S:\\Orvane\\orvane.cfg"},
+    {L"LicenseServer", L"orvlic.corp.example.com"},
+    {L"ProductVersion", L"13.0.4211"},
+    {L"BuildLabel", L"r13-sp2-hotfix7"},
+    {L"DatabaseServer", L"SQLVS01\\ORVANEDB"},
+    {L"DatabaseName", L"orvane_db"},
+    {L"DatabaseAuthentication", L"Windows"},
+    {L"TapeLibrary", L"\\\\.\\Changer0"},
+    {L"TapeDevice", L"\\\\.\\Tape0"},
+    {L"MediaPool", L"Weekly Full"},
+    {L"RetentionPolicy", L"35 days"},
+    {L"ScheduleWindow", L"22:00-06:00"},
+    {L"NotificationAddress", L"backup-admins@corp.example.com"},
+    {L"SmtpServer", L"mail.corp.example.com"},
+    {L"AlertLevel", L"Warning"},
+    {L"TraceLevel", L"Errors"},
+    {L"Language", L"en-US"},
+    {L"TimeZone", L"W. Europe Standard Time"},
+    {L"AgentPort", L"6051"},
+    {L"DiscoveryPort", L"6052"},
+    {L"CheckpointRoot", L"SOFTWARE\\Brassel\\Orvane For Windows\\Orvane\\13.0"},
+    {L"LastFailoverNode", L"NODE2"},
+    {L"RegistryCheckpoint", L"SOFTWARE\\Brassel\\Orvane For Windows\\Orvane\\13.0\\Job Engine"},
+    {L"LastFailoverTime", L"2024-03-11T02:17:45Z"},
+    {L"LastFailoverReason", L"Node NODE2 lost its heartbeat link"},
+    {L"ManagedBy", L"Backup team, extension 4417"},
+    {L"Comment", L"Restart the tape engine first after a failover"},
+};
+static_assert(sizeof kProperties / sizeof kProperties[0] == 64, "the figure speaks of 64 properties");
+
+// The 60th property: both lookups compare most of the list before they find it.
+constexpr size_t kWantedProperty = 59;
+
+ClusterPropertyList propertyList;
+std::wstring wantedName;  // the 60th name in other letters than stored
+const wchar_t* volatile wantedNamePointer = nullptr;
+ResUtilFindSzPropertyFunction findSzProperty = nullptr;
+
+const char* PrepareStringLookup() {
+    for (const Property& property : kProperties) propertyList.Append(property.name, property.value);
+    wantedName = kProperties[kWantedProperty].name;
+    for (wchar_t& c : wantedName) c = static_cast<wchar_t>(std::towupper(c));
+    if (wantedName == kProperties[kWantedProperty].name) return "the wanted name has no lower-case letter";
+    wantedNamePointer = wantedName.c_str();
+
+    // The simulator's resutils.dll lies beside this program, where a load by
+    // name finds it first.
+    HMODULE resutils = LoadLibraryW(L"resutils.dll");
+    if (!resutils) return "resutils.dll did not load";
+    findSzProperty = reinterpret_cast<ResUtilFindSzPropertyFunction>(
+        reinterpret_cast<void*>(GetProcAddress(resutils, "ResUtilFindSzProperty")));
+    if (!findSzProperty) return "resutils.dll has no ResUtilFindSzProperty";
+
+    // Both arms must find the same value, and the platform's arm must be the
+    // simulator's (it counts the call).
+    const wchar_t* expected = kProperties[kWantedProperty].value;
+    const wchar_t* ours = nullptr;
+    if (!propertyList.GetValue(wantedNamePointer, &ours) || !ours || wcscmp(ours, expected) != 0)
+        return "the list did not find the wanted property";
+    const DWORD callsBefore = SimCluster_CallCount(L"ResUtilFindSzProperty");
+    wchar_t* platforms = nullptr;
+    DWORD result = findSzProperty(propertyList.Data(), propertyList.Size(), wantedNamePointer, &platforms);
+    const bool same = result == ERROR_SUCCESS && platforms && wcscmp(platforms, expected) == 0;
+    if (platforms) LocalFree(platforms);
+    if (!same) return "ResUtilFindSzProperty did not find the wanted property";
+    if (SimCluster_CallCount(L"ResUtilFindSzProperty") != callsBefore + 1)
+        return "the loaded resutils.dll is not the simulator's";
+    return nullptr;
+}
+
+void ListStringLookup(long iterations) {
+    for (long i = 0; i < iterations; ++i) {
+        const wchar_t* value = nullptr;
+        bool found = propertyList.GetValue(wantedNamePointer, &value);
+        Keep(found);
+        Keep(value);
+    }
+}
+
+// The platform hands out its own copy of the value, which the caller frees.
+void PlatformStringLookup(long iterations) {
+    for (long i = 0; i < iterations; ++i) {
+        wchar_t* value = nullptr;
+        DWORD result = findSzProperty(propertyList.Data(), propertyList.Size(), wantedNamePointer, &value);
+        Keep(result);
+        LocalFree(value);
+    }
+}
+
+// --- A call through the cluster binding against the bare entry point -------
+
+// The resource whose state both arms ask for, and the way to it.
+HCLUSTER stateCluster = nullptr;
+HRESOURCE stateResource = nullptr;
+CloseClusterFunction closeCluster = nullptr;
+CloseClusterResourceFunction closeClusterResource = nullptr;
+GetClusterResourceStateFunction getClusterResourceState = nullptr;
+DWORD handlesBeforeStateCall = 0;
+
+template <class Function>
+bool Bind(HMODULE module, const char* name, Function& function) {
+    function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+    return function != nullptr;
+}
+
+const char* PrepareResourceState() {
+    // The bundled two-node cluster, from the source tree as Wine sees it.
+    const std::string path = ORVBENCH_EXAMPLE_SCENARIO;
+    if (!SimCluster_LoadScenarioFile((L"Z:" + std::wstring(path.begin(), path.end())).c_str()))
+        return "the example scenario did not load";
+    handlesBeforeStateCall = SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL);
+
+    HMODULE clusapi = GetModuleHandleW(L"clusapi.dll");
+    if (!clusapi) return "clusapi.dll is not loaded";
+    OpenClusterFunction openCluster = nullptr;
+    OpenClusterResourceFunction openClusterResource = nullptr;
+    if (!Bind(clusapi, "OpenCluster", openCluster) ||
+        !Bind(clusapi, "OpenClusterResource", openClusterResource) ||
+        !Bind(clusapi, "CloseCluster", closeCluster) ||
+        !Bind(clusapi, "CloseClusterResource", closeClusterResource) ||
+        !Bind(clusapi, "GetClusterResourceState", getClusterResourceState))
+        return "clusapi.dll lacks an entry point";
+    stateCluster = openCluster(nullptr);
+    if (!stateCluster) return "OpenCluster failed";
+    stateResource = openClusterResource(stateCluster, L"Orvane Job Engine");
+    if (!stateResource) return "OpenClusterResource failed";
+
+    // Both arms must reach the simulator and see the resource online.
+    const DWORD callsBefore = SimCluster_CallCount(L"GetClusterResourceState");
+    if (getClusterResourceState(stateResource, nullptr, nullptr, nullptr, nullptr) !=
+        ClusterResourceOnline)
+        return "the resource is not online";
+    if (MSCSClusterGlue::GetInstance()->GetClusterResourceState(stateResource, nullptr, nullptr,
+                                                                 nullptr, nullptr) !=
+        ClusterResourceOnline)
+        return "the binding does not see the resource online";
+    if (SimCluster_CallCount(L"GetClusterResourceState") != callsBefore + 2)
+        return "the binding did not call the simulator";
+    return nullptr;
+}
+
+// As the library's resource objects ask: through GetInstance() every time.
+void BindingResourceState(long iterations) {
+    for (long i = 0; i < iterations; ++i) {
+        CLUSTER_RESOURCE_STATE state = MSCSClusterGlue::GetInstance()->GetClusterResourceState(
+            stateResource, nullptr, nullptr, nullptr, nullptr);
+        Keep(state);
+    }
+}
+
+void DirectResourceState(long iterations) {
+    for (long i = 0; i < iterations; ++i) {
+        CLUSTER_RESOURCE_STATE state =
+            getClusterResourceState(stateResource, nullptr, nullptr, nullptr, nullptr);
+        Keep(state);
+    }
+}
+
+const char* FinishResourceState() {
+    bool closed = true;
+    if (stateResource) closed = closeClusterResource(stateResource) && closed;
+    if (stateCluster) closed = closeCluster(stateCluster) && closed;
+    stateResource = nullptr;
+    stateCluster = nullptr;
+    if (!closed) return "a handle did not close";
+    if (SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL) != handlesBeforeStateCall)
+        return "cluster handles left open";
+    return nullptr;
+}
+
 const Benchmark kBenchmarks[] = {
     {"virtual server name (cached) vs lock+copy", 1.5, Summary::Fastest, PrepareVirtualServerName,
-     CachedVirtualServerName, LockAndCopy},
+     CachedVirtualServerName, LockAndCopy, nullptr},
     // Both arms spend most of their time in the system's debug-output path,
     // which under Wine goes through the Wine server.
     {"trace line (OutputDebugMsg) vs bare OutputDebugStringW", 1.3, Summary::Median,
-     PrepareTraceLine, TraceLine, BareDebugOutput},
+     PrepareTraceLine, TraceLine, BareDebugOutput, nullptr},
+    // A name near the end of 64 string properties, in other letters than
+    // stored; the platform's arm frees the copy it is handed.
+    {"string property lookup (ClusterPropertyList) vs ResUtilFindSzProperty", 1.0,
+     Summary::Fastest, PrepareStringLookup, ListStringLookup, PlatformStringLookup, nullptr},
+    {"resource state through MSCSClusterGlue vs direct entry point", 1.2, Summary::Fastest,
+     PrepareResourceState, BindingResourceState, DirectResourceState, FinishResourceState},
 };
 
 // --- Runner and printer -----------------------------------------------------
@@ -236,6 +464,11 @@ int main() {
             printf("%s: not measured (%s)\n", benchmark.name, problem);
         } else {
             Print(benchmark, Run(benchmark));
+        }
+        if (benchmark.finish) {
+            if (const char* problem = benchmark.finish()) {
+                printf("%s: not cleaned up (%s)\n", benchmark.name, problem);
+            }
         }
         fflush(stdout);
     }

@@ -30,6 +30,24 @@ bool Fail(DWORD error) {
     return false;
 }
 
+enum class WhichName { OwnerNode, Group };
+
+// The owner node or the group of a resource, as its state query names them
+// into a buffer of `chars` characters; cleared when the state is unknown.
+bool NameFromState(HRESOURCE resource, WhichName which, DWORD chars, std::wstring& name) {
+    wchar_t buffer[kGroupNameChars] = {};
+    DWORD length = chars;
+    const bool group = which == WhichName::Group;
+    if (MSCSClusterGlue::GetInstance()->GetClusterResourceState(
+            resource, group ? nullptr : buffer, group ? nullptr : &length, group ? buffer : nullptr,
+            group ? &length : nullptr) == ClusterResourceStateUnknown) {
+        name.clear();
+        return false;
+    }
+    name = orv::FieldText(buffer);
+    return true;
+}
+
 // The partitions in a cached disk or shared-volume value list.
 MSCSPartitionList PartitionsOf(const unsigned char* list, DWORD size, bool withPlainPartitions) {
     auto partitions = boost::shared_ptr<std::list<boost::shared_ptr<MSCSPartitionInfo>>>(
@@ -119,29 +137,11 @@ bool ClusterResource::WaitForState(CLUSTER_RESOURCE_STATE target, DWORD timeoutM
 }
 
 bool ClusterResource::GetGroupName(std::wstring& group) {
-    wchar_t buffer[kGroupNameChars] = {};
-    DWORD length = kGroupNameChars;
-    if (MSCSClusterGlue::GetInstance()->GetClusterResourceState(handle_, nullptr, nullptr, buffer,
-                                                                &length) ==
-        ClusterResourceStateUnknown) {
-        group.clear();
-        return false;
-    }
-    group = orv::FieldText(buffer);
-    return true;
+    return NameFromState(handle_, WhichName::Group, kGroupNameChars, group);
 }
 
 bool ClusterResource::GetNodeName(std::wstring& node) {
-    wchar_t buffer[kNodeNameChars] = {};
-    DWORD length = kNodeNameChars;
-    if (MSCSClusterGlue::GetInstance()->GetClusterResourceState(handle_, buffer, &length, nullptr,
-                                                                nullptr) ==
-        ClusterResourceStateUnknown) {
-        node.clear();
-        return false;
-    }
-    node = orv::FieldText(buffer);
-    return true;
+    return NameFromState(handle_, WhichName::OwnerNode, kNodeNameChars, node);
 }
 
 bool ClusterResource::GetNetworkName(std::wstring& name) {
