@@ -2,6 +2,9 @@
 // test runs with clusapi.dll and resutils.dll disabled): every wrapper
 // answers its fixed result, and nothing throws.
 
+#include <functional>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "orvcluster.h"
@@ -48,6 +51,15 @@ TEST(GlueWithoutLibrary, ClusterApiWrappersAnswerTheirFixedResults) {
     EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->CreateClusterGroup(nullptr, L"g")); }));
     EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->OpenClusterNode(nullptr, L"n")); }));
     EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->OpenClusterNetwork(nullptr, L"n")); }));
+    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(glue->CloseClusterGroup(group)); }));
+    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(glue->CloseClusterNode(nullptr)); }));
+    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(glue->CloseClusterNetwork(nullptr)); }));
+    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->ClusterResourceOpenEnum(resource, 1)); }));
+    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->OpenClusterGroup(nullptr, L"g")); }));
+    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] {
+                  EXPECT_EQ(nullptr, glue->CreateClusterResource(group, L"r", L"Generic Service", 0));
+              }));
+    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->ClusterGroupOpenEnum(group, 1)); }));
     EXPECT_EQ(kProcNotFound, LastErrorAfter([&] {
                   EXPECT_EQ(0u, glue->ClusterGroupEnum(nullptr, 0, &type, name, &length));  // success code, deliberately
               }));
@@ -65,6 +77,21 @@ TEST(GlueWithoutLibrary, ClusterApiWrappersAnswerTheirFixedResults) {
     EXPECT_EQ(kProcNotFound, result);
     EXPECT_EQ(kUntouched, LastErrorAfter([&] { result = glue->RestoreClusterDatabase(L"C:\\b", 0, nullptr); }));
     EXPECT_EQ(kProcNotFound, result);
+    const std::vector<std::function<DWORD()>> plainMissing = {
+        [&] { return glue->ClusterCloseEnum(nullptr); },
+        [&] { return glue->ClusterControl(nullptr, nullptr, 1, nullptr, 0, nullptr, 0, nullptr); },
+        [&] { return glue->ClusterGroupCloseEnum(nullptr); },
+        [&] { return glue->ClusterResourceEnum(nullptr, 0, &type, name, &length); },
+        [&] { return glue->ClusterResourceCloseEnum(nullptr); },
+        [&] { return glue->OfflineClusterResource(resource); },
+        [&] { return glue->GetClusterQuorumResource(nullptr, name, &length, name, &length, &type); },
+        [&] { return glue->GetNodeClusterState(nullptr, &type); },
+        [&] { return glue->BackupClusterDatabase(nullptr, L"C:\\b"); },
+    };
+    for (const auto& call : plainMissing) {
+        EXPECT_EQ(kUntouched, LastErrorAfter([&] { result = call(); }));
+        EXPECT_EQ(kProcNotFound, result);
+    }
 
     // 110 with last error 127.
     EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { result = glue->DeleteClusterGroup(group); }));
@@ -75,6 +102,18 @@ TEST(GlueWithoutLibrary, ClusterApiWrappersAnswerTheirFixedResults) {
                   result = glue->ClusterNetworkControl(nullptr, nullptr, 1, nullptr, 0, nullptr, 0, nullptr);
               }));
     EXPECT_EQ(static_cast<DWORD>(ERROR_OPEN_FAILED), result);
+    const std::vector<std::function<DWORD()>> openFailed = {
+        [&] { return glue->ChangeClusterResourceGroup(resource, group); },
+        [&] { return glue->RemoveClusterResourceDependency(resource, resource); },
+        [&] { return glue->AddClusterResourceNode(resource, nullptr); },
+        [&] { return glue->RemoveClusterResourceNode(resource, nullptr); },
+        [&] { return glue->OnlineClusterGroup(group, nullptr); },
+        [&] { return glue->DeleteClusterResource(resource); },
+    };
+    for (const auto& call : openFailed) {
+        EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { result = call(); }));
+        EXPECT_EQ(static_cast<DWORD>(ERROR_OPEN_FAILED), result);
+    }
 
     // The unknown state: the resource form leaves the last error, the group form sets it.
     EXPECT_EQ(kUntouched, LastErrorAfter([&] {
