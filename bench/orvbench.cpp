@@ -332,11 +332,12 @@ const char* PrepareResourceState() {
     return nullptr;
 }
 
-// As the library's resource objects ask: through GetInstance() every time.
+// As the failover backend calls: through the binding reference it holds.
 void BindingResourceState(long iterations) {
+    const orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
     for (long i = 0; i < iterations; ++i) {
-        CLUSTER_RESOURCE_STATE state = MSCSClusterGlue::GetInstance()->GetClusterResourceState(
-            stateResource, nullptr, nullptr, nullptr, nullptr);
+        CLUSTER_RESOURCE_STATE state =
+            glue->GetClusterResourceState(stateResource, nullptr, nullptr, nullptr, nullptr);
         Keep(state);
     }
 }

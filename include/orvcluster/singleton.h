@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <new>
 
@@ -46,24 +47,24 @@ public:
     static shared_ptr<T> instance() {
         Holder& holder = TheHolder();
         // Made already: no lock, only an atomic increment of the use count.
-        if (InterlockedCompareExchange(&holder.state, 0, 0) >= kMade) return holder.instance;
+        if (holder.state.load(std::memory_order_acquire) >= kMade) return holder.instance;
 
         Lock lock(holder.lock);
-        if (holder.state < kMade) {
+        if (holder.state.load(std::memory_order_relaxed) < kMade) {
             if (holder.busy) throw singleton_details::reentrant_exception();
             holder.busy = true;
-            holder.state = kMaking;
+            holder.state.store(kMaking, std::memory_order_relaxed);
             T* object = nullptr;
             try {
                 object = new (ZeroedStorage(holder)) T();
             } catch (...) {
                 holder.busy = false;
-                holder.state = kNone;
+                holder.state.store(kNone, std::memory_order_relaxed);
                 throw;
             }
             holder.busy = false;
             holder.instance = shared_ptr<T>(object, &Destroy);
-            InterlockedExchange(&holder.state, kMade);
+            holder.state.store(kMade, std::memory_order_release);
         }
         return holder.instance;
     }
@@ -73,7 +74,7 @@ private:
 
     struct Holder {
         CRITICAL_SECTION lock;
-        volatile LONG state = kNone;
+        std::atomic<LONG> state{kNone};
         bool busy = false;  // inside T's constructor or destructor
         shared_ptr<T> instance;
         alignas(T) unsigned char storage[sizeof(T)];
@@ -113,7 +114,7 @@ private:
     static void Destroy(T* object) {
         Holder& holder = TheHolder();
         Lock lock(holder.lock);
-        InterlockedExchange(&holder.state, kNone);
+        holder.state.store(kNone, std::memory_order_release);
         holder.busy = true;
         object->~T();
         holder.busy = false;
