@@ -8,6 +8,7 @@
 #include "orvcluster/resource_table.h"
 #include "orvcluster/cluster.h"
 #include "orvcluster/computer_name.h"
+#include "orvcluster/process_ops.h"
 #include "orvcluster/singleton.h"
 #include "orvcluster/cluster_api.h"
 #include "orvcluster/mscs_cluster_glue.h"

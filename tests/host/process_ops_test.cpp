@@ -1,0 +1,71 @@
+// Process inspection against real processes: copies of the sleeper program
+// running under the name the wizard looks for.
+
+#include <windows.h>
+#include <psapi.h>
+
+#include <cwchar>
+
+#include <gtest/gtest.h>
+
+#include "harness/scratch_files.h"
+#include "orvcluster.h"
+
+namespace {
+
+using orvtest::RunningCopy;
+using orvtest::ScratchFolder;
+
+bool SamePath(const std::wstring& left, const wchar_t* right) {
+    return _wcsicmp(left.c_str(), right) == 0;
+}
+
+TEST(ProcessOps, MatchesTheWholeNameInAnyCase) {
+    ScratchFolder folder(L"orv-process-name");
+    CProcessOps ops;
+    EXPECT_EQ(0, ops.IsProcessRunning(L"setup.exe"));
+    {
+        RunningCopy setup(folder.Path() + L"\\setup.exe");
+        EXPECT_EQ(1, ops.IsProcessRunning(L"SETUP.EXE"));
+        EXPECT_EQ(1, ops.IsProcessRunning(L"setup.exe"));
+        for (const wchar_t* partial : {L"setup", L"setup.ex", L"etup.exe", L"setup.exe2", L""})
+            EXPECT_EQ(0, ops.IsProcessRunning(partial)) << partial;
+
+        EXPECT_EQ(1, ops.GetProcessNameEx(setup.ProcessId(), L"Setup.Exe"));
+        EXPECT_EQ(0, ops.GetProcessNameEx(setup.ProcessId(), L"setup"));
+        EXPECT_EQ(0, ops.GetProcessNameEx(GetCurrentProcessId(), L"setup.exe"));
+    }
+    EXPECT_EQ(0, ops.IsProcessRunning(L"setup.exe"));
+    EXPECT_EQ(0, ops.IsProcessRunning(nullptr));
+}
+
+TEST(ProcessOps, PathOfTheFirstMatchingProcess) {
+    ScratchFolder folder(L"orv-process-path");
+    RunningCopy first(folder.Path() + L"\\one\\setup.exe");
+    RunningCopy second(folder.Path() + L"\\two\\SETUP.exe");
+
+    // Which of the two the system lists first.
+    DWORD ids[1024];
+    DWORD bytes = 0;
+    ASSERT_TRUE(EnumProcesses(ids, sizeof(ids), &bytes));
+    std::wstring expected;
+    for (DWORD i = 0; i < bytes / sizeof(DWORD) && expected.empty(); ++i) {
+        if (ids[i] == first.ProcessId()) expected = folder.Path() + L"\\one\\setup.exe";
+        if (ids[i] == second.ProcessId()) expected = folder.Path() + L"\\two\\SETUP.exe";
+    }
+    ASSERT_FALSE(expected.empty());
+
+    wchar_t path[MAX_PATH];
+    CProcessOps ops;
+    ASSERT_EQ(1, ops.GetProcPath(L"Setup.exe", path));
+    EXPECT_TRUE(SamePath(expected, path)) << path;
+
+    // Nothing found: the buffer is left as it was.
+    wmemset(path, L'#', MAX_PATH);
+    EXPECT_EQ(0, ops.GetProcPath(L"setup", path));
+    EXPECT_EQ(L'#', path[0]);
+    EXPECT_EQ(0, ops.GetProcPath(L"setup.exe", nullptr));
+    EXPECT_EQ(0, ops.GetProcPath(nullptr, path));
+}
+
+}  // namespace
