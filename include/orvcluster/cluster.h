@@ -134,6 +134,44 @@ public:
     static bool IsServicePresent(const wchar_t* service, const wchar_t* machine);
     static bool IsServiceResource(const wchar_t* name, const CLUSTERRESOURCE* table);
 
+    // The installation wizard's product definition. CWIZ_InitData finds and
+    // loads "clusconfig.xml" (failover cluster) or "nrxconfig.xml" (partner
+    // cluster) once per process, from `directory` (null or empty: the current
+    // directory), the wizard's folder, the installed product or the setup
+    // media, prepares the cluster's network list and fills each non-null
+    // out buffer (260 characters) with the backend's view of an existing
+    // product configuration. 1 on success; 0 without an open cluster, without
+    // a definition file, or when the file cannot be read.
+    static unsigned CWIZ_InitData(wchar_t* out1, wchar_t* out2, wchar_t* out3, wchar_t* out4,
+                                  wchar_t* out5, const wchar_t* directory);
+    // The loaded definition's values: texts owned by the definition, empty
+    // (and numbers 0) while nothing is loaded or the file lacks them.
+    static const wchar_t* CWIZ_GetCompany();
+    static const wchar_t* CWIZ_GetProduct();
+    static const wchar_t* CWIZ_GetFullProductName();
+    static int CWIZ_GetSync();
+    static int CWIZ_GetRequire();
+    static const wchar_t* CWIZ_GetIPResourceName();
+    static const wchar_t* CWIZ_GetNetworkResourceName();
+    static const wchar_t* CWIZ_GetDefaultDir();
+    static const wchar_t* CWIZ_GetDataRegKey();
+    static const wchar_t* CWIZ_GetDefGroupName();
+    static const wchar_t* CWIZ_GetDefServerName();
+    static const wchar_t* CWIZ_GetULIB();
+    static const wchar_t* CWIZ_GetMsiProductID();
+    static const wchar_t* CWIZ_GetMsiClusterDirProperty();
+    static const wchar_t* CWIZ_DiskSetResName();
+    static const wchar_t* CWIZ_VolLinkResName();
+    static const wchar_t* CWIZ_VolLinkResDep();
+    static const wchar_t* CWIZ_KeyMirrorName();
+    static const wchar_t* CWIZ_KeyMirrorResDep();
+    static const wchar_t* CWIZ_CusAgentName();
+    static const wchar_t* CWIZ_CusAgentType();
+    static const wchar_t* CWIZ_CusAgentDep();
+    // The service resource table (see resource_table.h); only its end mark
+    // while nothing is loaded.
+    static CLUSTERRESOURCE* CWIZ_GetResourceList();
+
 protected:
     // Stores the target machine without leading backslashes, and empty when
     // it names this computer; for the backend constructors.

@@ -16,9 +16,14 @@ struct CLUSTERRESOURCEKEY {
     CLUSTERRESOURCEKEY* next;
 };
 
-// A dependency of a resource on another record of the same table (singly linked).
+// A dependency of a resource on another record of the same table (singly
+// linked). `resource` always points into the table: a dependency that names no
+// service resource of the definition points at the end mark. `name` is the
+// target's resource name as the wizard shows it, "DEPENDENCY HAS NO NAME" when
+// the target has none.
 struct CLUSTERRESOURCEDEPENDENCY {
     CLUSTERRESOURCE* resource;
+    wchar_t name[MAX_PATH];
     CLUSTERRESOURCEDEPENDENCY* next;
 };
 
@@ -34,5 +39,5 @@ struct CLUSTERRESOURCE {
     CLUSTERRESOURCEDEPENDENCY* dependencies;
     DWORD install;                   // 1 when the wizard will create this resource
     void* resourceHandle;            // open cluster resource while the group is being created
-    CLUSTERRESOURCE* next;           // the following record, null after the last one
+    CLUSTERRESOURCE* next;           // the next record; null on the last before the end mark
 };

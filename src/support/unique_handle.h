@@ -1,6 +1,7 @@
 #pragma once
 
 #include <windows.h>
+#include <oleauto.h>
 
 #include <utility>
 
@@ -78,10 +79,27 @@ struct ModuleHandleTraits {
     static void Close(Handle module) { FreeLibrary(module); }
 };
 
+// A COM interface pointer: one reference, released at the end.
+template <typename Interface>
+struct ComInterfaceTraits {
+    using Handle = Interface*;
+    static Handle Invalid() { return nullptr; }
+    static void Close(Handle object) { object->Release(); }
+};
+
+struct BstrTraits {
+    using Handle = BSTR;
+    static Handle Invalid() { return nullptr; }
+    static void Close(Handle text) { SysFreeString(text); }
+};
+
 using UniqueRegistryKey = UniqueHandle<RegistryKeyTraits>;
 using UniqueServiceHandle = UniqueHandle<ServiceHandleTraits>;
 using UniqueKernelHandle = UniqueHandle<KernelHandleTraits>;
 using UniqueFileHandle = UniqueHandle<FileHandleTraits>;
 using UniqueModule = UniqueHandle<ModuleHandleTraits>;
+using UniqueBstr = UniqueHandle<BstrTraits>;
+template <typename Interface>
+using UniqueCom = UniqueHandle<ComInterfaceTraits<Interface>>;
 
 }  // namespace orv

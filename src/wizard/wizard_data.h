@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orv {
+
+// The wizard keeps at most this many node or network names.
+constexpr size_t kWizardNameSlots = 512;
+
+// The cluster's client networks as Cluster::CWIZ_InitData last found them,
+// at most kWizardNameSlots; empty before that.
+const std::vector<std::wstring>& WizardNetworkNames();
+
+}  // namespace orv
