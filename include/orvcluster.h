@@ -15,3 +15,4 @@
 #include "orvcluster/resource_glue.h"
 #include "orvcluster/cluster_property_list.h"
 #include "orvcluster/cluster_resource.h"
+#include "orvcluster/mscs_cluster.h"

@@ -3,6 +3,7 @@
 
 #include "orvcluster/cluster_resource.h"
 
+#include "failover/partition_list.h"
 #include "failover/resource_control.h"
 #include "failover/value_list.h"
 #include "host/clock.h"
@@ -48,8 +49,27 @@ bool NameFromState(HRESOURCE resource, WhichName which, DWORD chars, std::wstrin
     return true;
 }
 
-// The partitions in a cached disk or shared-volume value list.
-MSCSPartitionList PartitionsOf(const unsigned char* list, DWORD size, bool withPlainPartitions) {
+// Reads a value list once, for the objects that keep one.
+void CacheControlOutput(HRESOURCE resource, std::initializer_list<DWORD> codes,
+                        unsigned char*& list, DWORD& size) {
+    DWORD result = ERROR_INVALID_FUNCTION;
+    for (DWORD code : codes) {
+        orv::ControlOutput output;
+        result = orv::ResourceControl(resource, code, nullptr, 0, output);
+        if (result == ERROR_SUCCESS) {
+            size = output.Size();
+            list = output.Release();
+            return;
+        }
+    }
+    SetLastError(result);
+}
+
+}  // namespace
+
+namespace orv {
+
+MSCSPartitionList ReadPartitions(const unsigned char* list, DWORD size, bool withPlainPartitions) {
     auto partitions = boost::shared_ptr<std::list<boost::shared_ptr<MSCSPartitionInfo>>>(
         new std::list<boost::shared_ptr<MSCSPartitionInfo>>());
     orv::ForEachValue(list, size, [&](const orv::ValueEntry& entry) {
@@ -69,23 +89,7 @@ MSCSPartitionList PartitionsOf(const unsigned char* list, DWORD size, bool withP
     return partitions;
 }
 
-// Reads a value list once, for the objects that keep one.
-void CacheControlOutput(HRESOURCE resource, std::initializer_list<DWORD> codes,
-                        unsigned char*& list, DWORD& size) {
-    DWORD result = ERROR_INVALID_FUNCTION;
-    for (DWORD code : codes) {
-        orv::ControlOutput output;
-        result = orv::ResourceControl(resource, code, nullptr, 0, output);
-        if (result == ERROR_SUCCESS) {
-            size = output.Size();
-            list = output.Release();
-            return;
-        }
-    }
-    SetLastError(result);
-}
-
-}  // namespace
+}  // namespace orv
 
 MSCSPartitionInfo::MSCSPartitionInfo(const std::wstring& deviceName, const std::wstring& volumeLabel,
                                      const GUID& volumeGuid, DWORD partitionNumber)
@@ -240,13 +244,13 @@ bool ClusterDiskResource::GetSignature(DWORD& signature) {
 bool ClusterDiskResource::GetDrives(std::list<std::wstring>& drives) const {
     drives.clear();
     if (!diskInfo_) return false;
-    const MSCSPartitionList partitions = PartitionsOf(diskInfo_, diskInfoSize_, true);
+    const MSCSPartitionList partitions = orv::ReadPartitions(diskInfo_, diskInfoSize_, true);
     for (const auto& partition : *partitions) drives.push_back(partition->GetDeviceName());
     return !drives.empty();
 }
 
 MSCSPartitionList ClusterDiskResource::GetPartitionInfo() const {
-    return PartitionsOf(diskInfo_, diskInfoSize_, true);
+    return orv::ReadPartitions(diskInfo_, diskInfoSize_, true);
 }
 
 ClusterIPResource::ClusterIPResource(HRESOURCE resource, const std::wstring& name)
@@ -341,5 +345,5 @@ MSCSClusterSharedVolumeResource::GetSharedVolumesInfo() const {
 }
 
 MSCSPartitionList MSCSClusterSharedVolumeResource::GetPartitionInfo() const {
-    return PartitionsOf(partitionInfo_, partitionInfoSize_, false);
+    return orv::ReadPartitions(partitionInfo_, partitionInfoSize_, false);
 }
