@@ -1,7 +1,7 @@
 #!/bin/sh
 # What orvcluster.dll shows the loader: it imports only Windows system DLLs
 # and orvclass_mini.dll (the compiler's runtime is linked in), and it exports
-# the facade's classes and the computer-name functions.
+# the facade, the bindings, the failover classes and the free functions.
 # Usage: module_boundary_test.sh OBJDUMP DLL
 set -u
 objdump=$1
@@ -22,6 +22,9 @@ for module in $imports; do
   esac
 done
 
+# The in-house class library is imported at link time, not loaded by name.
+printf '%s\n' "$imports" | grep -qx 'orvclass_mini.dll' || fail "does not import orvclass_mini.dll"
+
 exports=$(printf '%s\n' "$table" | sed -n '/Ordinal\/Name Pointer/,/^$/p')
 for symbol in \
   OrvGetComputerNameA OrvGetComputerNameW \
@@ -32,7 +35,10 @@ for symbol in \
   _ZN7Cluster14IsOrvClusteredEv _ZN7Cluster23GetOrvVirtualServerNameEPwPm \
   _ZN7Cluster20GetMachineNodeStatusEPKwPb _ZNK7Cluster4OpenEv \
   _ZN7Cluster4IsIpERKNSt7__cxx1112basic_stringIwSt11char_traitsIwESaIwEEE \
-  _ZTV7Cluster; do
+  _ZTV7Cluster _ZTV11MSCSCluster _ZTV15ClusterResource _ZTV19ClusterDiskResource \
+  _ZN11MSCSCluster11GetInstanceEPKw _ZN15MSCSClusterGlue11GetInstanceEv _ZN12ResourceGlue11GetInstanceEv \
+  _ZNK19ClusterPropertyList8GetValueEPKwRm _ZN11CProcessOps16IsProcessRunningEPKw \
+  _ZN7Cluster13CWIZ_InitDataEPwS0_S0_S0_S0_PKw _ZN7Cluster15RestoreDatabaseEPKwiS1_; do
   printf '%s\n' "$exports" | grep -q "[[:space:]]$symbol\$" || fail "does not export $symbol"
 done
 
