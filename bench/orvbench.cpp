@@ -10,6 +10,10 @@
 // To add a figure, write its two arms (and a preparation if they need one,
 // and a finish if the preparation leaves something to release) and add a row
 // to kBenchmarks.
+//
+// The inventory figures are of another kind: how the cost per resource of
+// listing a cluster changes from a cluster of 1,000 resources to one of
+// 10,000 (see kInventoryFigures).
 
 #include <windows.h>
 
@@ -17,12 +21,15 @@
 #include <cmath>
 #include <cstdio>
 #include <cwctype>
+#include <limits>
+#include <list>
 #include <string>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
 
 #include "orvcluster.h"
+#include "orvcluster/mscs_cluster.h"
 #include "simcluster.h"
 
 namespace {
@@ -65,6 +72,18 @@ constexpr double kRoundSeconds = 0.004;
 template <class T>
 inline void Keep(const T& value) {
     asm volatile("" : : "g"(&value) : "memory");
+}
+
+// The performance counter, in seconds.
+double Now() {
+    static const double frequency = [] {
+        LARGE_INTEGER f;
+        QueryPerformanceFrequency(&f);
+        return static_cast<double>(f.QuadPart);
+    }();
+    LARGE_INTEGER now;
+    QueryPerformanceCounter(&now);
+    return static_cast<double>(now.QuadPart) / frequency;
 }
 
 // --- The cached virtual server name against a lock and a pointer copy ------
@@ -380,16 +399,9 @@ const Benchmark kBenchmarks[] = {
 // --- Runner and printer -----------------------------------------------------
 
 double Seconds(Arm arm, long iterations) {
-    static const double frequency = [] {
-        LARGE_INTEGER f;
-        QueryPerformanceFrequency(&f);
-        return static_cast<double>(f.QuadPart);
-    }();
-    LARGE_INTEGER start, end;
-    QueryPerformanceCounter(&start);
+    const double start = Now();
     arm(iterations);
-    QueryPerformanceCounter(&end);
-    return static_cast<double>(end.QuadPart - start.QuadPart) / frequency;
+    return Now() - start;
 }
 
 // The number of iterations that makes the slower arm's round last about
@@ -457,6 +469,189 @@ void Print(const Benchmark& benchmark, const Result& result) {
            kRounds, benchmark.goal, ratio <= benchmark.goal ? "met" : "missed");
 }
 
+// --- Inventory: the cost per resource on a small and on a large cluster -----
+
+// Listing a cluster's resources should cost the same per resource however
+// many there are. Each inventory figure times one backend call on a simulated
+// cluster of kSmallInventory resources and on one of kLargeInventory, and
+// compares the time per resource. The simulator holds one cluster at a time,
+// so the sizes cannot alternate call by call: each round loads one cluster,
+// times every figure on it, then does the same with the other, the order
+// changing from round to round. The work stays in the process (the simulator
+// is a DLL), so the fastest call of each size stands for it.
+
+constexpr long kSmallInventory = 1000;
+constexpr long kLargeInventory = 10000;
+constexpr int kInventoryRounds = 3;
+// Calls per round and figure; a call on the large cluster takes long enough
+// that one per round will do.
+constexpr int kSmallInventoryCalls = 10;
+constexpr int kLargeInventoryCalls = 1;
+
+constexpr int kInventoryNodes = 4;
+constexpr int kInventoryGroups = 8;
+
+// A generated cluster: four nodes, eight groups taking ten resources at a
+// time in turn, every tenth resource a network name and the others services,
+// addresses and disks.
+struct Inventory {
+    long size = 0;
+    std::string scenario;                    // UTF-8 JSON for SimCluster_LoadScenarioText
+    std::vector<std::wstring> networkNames;  // sorted
+};
+
+Inventory MakeInventory(long size) {
+    struct Kind {
+        const char* type;
+        const char* prefix;
+    };
+    static const Kind kNetworkName = {"Network Name", "Name"};
+    static const Kind kOthers[] = {
+        {"Generic Service", "Service"}, {"IP Address", "Address"}, {"Physical Disk", "Disk"}};
+
+    Inventory inventory;
+    inventory.size = size;
+    std::string& json = inventory.scenario;
+    json = "{\"cluster\": {\"name\": \"ORVSCALE\"},\n\"nodes\": [";
+    for (int node = 1; node <= kInventoryNodes; ++node) {
+        json += node > 1 ? ", " : "";
+        json += "{\"name\": \"NODE" + std::to_string(node) + "\"" + (node == 1 ? ", \"local\": true}" : "}");
+    }
+    json += "],\n\"groups\": [";
+    for (int group = 1; group <= kInventoryGroups; ++group) {
+        json += group > 1 ? ",\n" : "\n";
+        json += "{\"name\": \"Role " + std::to_string(group) + "\", \"owner\": \"NODE" +
+                std::to_string((group - 1) % kInventoryNodes + 1) + "\"}";
+    }
+    json += "],\n\"resources\": [";
+    for (long index = 0; index < size; ++index) {
+        const Kind& kind = index % 10 == 0 ? kNetworkName : kOthers[index % 3];
+        const std::string name = std::string(kind.prefix) + " " + std::to_string(index);
+        if (&kind == &kNetworkName) inventory.networkNames.emplace_back(name.begin(), name.end());
+        json += index > 0 ? ",\n" : "\n";
+        json += "{\"name\": \"" + name + "\", \"type\": \"" + kind.type + "\", \"group\": \"Role " +
+                std::to_string(index / 10 % kInventoryGroups + 1) + "\", \"state\": \"online\"}";
+    }
+    json += "]}\n";
+    std::sort(inventory.networkNames.begin(), inventory.networkNames.end());
+    return inventory;
+}
+
+// Whether `names` are exactly the inventory's network names, in any order.
+bool AreNetworkNames(std::vector<std::wstring> names, const Inventory& inventory) {
+    std::sort(names.begin(), names.end());
+    return names == inventory.networkNames;
+}
+
+struct InventoryFigure {
+    const char* name;
+    double goal;  // the highest acceptable ratio of the large cluster's cost per resource to the small one's
+    // Lists the loaded cluster once, timing the backend's call alone into
+    // `seconds`; answers why the list is not the one expected, or null.
+    const char* (*take)(MSCSCluster& cluster, const Inventory& inventory, double& seconds);
+};
+
+const char* NamesOfType(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+    std::list<std::wstring> names;
+    const double start = Now();
+    const bool listed = cluster.GetResources(names, L"Network Name");
+    seconds = Now() - start;
+    if (!listed) return "GetResources failed";
+    if (names.size() != inventory.networkNames.size()) return "GetResources listed a wrong number of names";
+    if (!AreNetworkNames(std::vector<std::wstring>(names.begin(), names.end()), inventory))
+        return "GetResources listed other names than the network names";
+    return nullptr;
+}
+
+const char* NetworkNameResources(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+    const double start = Now();
+    const auto resources = cluster.GetNetworkNameResources();
+    seconds = Now() - start;
+    if (!resources) return "GetNetworkNameResources answered an empty pointer";
+    if (resources->size() != inventory.networkNames.size())
+        return "GetNetworkNameResources listed a wrong number of resources";
+    std::vector<std::wstring> names;
+    for (const auto& resource : *resources) {
+        if (!resource || !resource->GetHandle()) return "GetNetworkNameResources listed a resource without a handle";
+        names.push_back(*resource->GetResourceName());
+    }
+    if (!AreNetworkNames(names, inventory))
+        return "GetNetworkNameResources listed other resources than the network names";
+    return nullptr;
+}
+
+const InventoryFigure kInventoryFigures[] = {
+    {"network names by type (GetResources \"Network Name\")", 1.2, NamesOfType},
+    {"network name resources (GetNetworkNameResources)", 1.2, NetworkNameResources},
+};
+constexpr size_t kInventoryFigureCount = sizeof kInventoryFigures / sizeof kInventoryFigures[0];
+
+// Loads the inventory's cluster and opens the backend on it; answers why it
+// could not, or an empty text.
+std::string OpenInventory(const Inventory& inventory, boost::shared_ptr<MSCSCluster>& cluster) {
+    if (!SimCluster_LoadScenarioText(inventory.scenario.c_str())) {
+        std::wstring why = SimCluster_LastError();
+        return "the generated scenario of " + std::to_string(inventory.size) +
+               " resources did not load: " + std::string(why.begin(), why.end());
+    }
+    cluster = MSCSCluster::GetInstance(nullptr);
+    if (!cluster->ClusterOpen()) return "the backend did not open the generated cluster";
+    return std::string();
+}
+
+// 10000 as "10,000".
+std::string WithCommas(long value) {
+    std::string digits = std::to_string(value);
+    for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) digits.insert(at, ",");
+    return digits;
+}
+
+void RunInventoryFigures() {
+    const Inventory inventories[2] = {MakeInventory(kSmallInventory), MakeInventory(kLargeInventory)};
+    const int calls[2] = {kSmallInventoryCalls, kLargeInventoryCalls};
+    double fastest[kInventoryFigureCount][2];
+    std::string problems[kInventoryFigureCount];
+    for (auto& sizes : fastest) sizes[0] = sizes[1] = std::numeric_limits<double>::infinity();
+
+    std::string setup;
+    for (int round = 0; round < kInventoryRounds && setup.empty(); ++round) {
+        for (int turn = 0; turn < 2 && setup.empty(); ++turn) {
+            const int which = (round + turn) % 2;
+            const Inventory& inventory = inventories[which];
+            boost::shared_ptr<MSCSCluster> cluster;
+            setup = OpenInventory(inventory, cluster);
+            for (size_t figure = 0; figure < kInventoryFigureCount && setup.empty(); ++figure) {
+                for (int call = 0; call < calls[which] && problems[figure].empty(); ++call) {
+                    double seconds = 0;
+                    if (const char* problem = kInventoryFigures[figure].take(*cluster, inventory, seconds))
+                        problems[figure] = std::string(problem) + " on " + WithCommas(inventory.size) + " resources";
+                    else
+                        fastest[figure][which] = std::min(fastest[figure][which], seconds);
+                }
+            }
+        }
+    }
+
+    for (size_t figure = 0; figure < kInventoryFigureCount; ++figure) {
+        const InventoryFigure& inventoryFigure = kInventoryFigures[figure];
+        const std::string& problem = setup.empty() ? problems[figure] : setup;
+        if (!problem.empty()) {
+            printf("%s, per resource: not measured (%s)\n", inventoryFigure.name, problem.c_str());
+            continue;
+        }
+        const double small = fastest[figure][0] * 1e9 / inventories[0].size;
+        const double large = fastest[figure][1] * 1e9 / inventories[1].size;
+        // The verdict follows the ratio as printed.
+        const double ratio = std::round(large / small * 100) / 100;
+        printf("%s, per resource: %s at %s, %s at %s: %.2fx (fastest of %d and %d calls) goal <= %gx: goal %s\n",
+               inventoryFigure.name, Nanoseconds(small).c_str(), WithCommas(inventories[0].size).c_str(),
+               Nanoseconds(large).c_str(), WithCommas(inventories[1].size).c_str(), ratio,
+               kInventoryRounds * calls[0], kInventoryRounds * calls[1], inventoryFigure.goal,
+               ratio <= inventoryFigure.goal ? "met" : "missed");
+    }
+    fflush(stdout);
+}
+
 }  // namespace
 
 int main() {
@@ -473,5 +668,6 @@ int main() {
         }
         fflush(stdout);
     }
+    RunInventoryFigures();
     return 0;
 }
