@@ -37,8 +37,55 @@ Node* Cluster::FindNode(const std::wstring& name) { return FindByName(nodes, nam
 Node* Cluster::FindNode(ObjectId id) { return FindById(nodes, id); }
 Group* Cluster::FindGroup(const std::wstring& name) { return FindByName(groups, name); }
 Group* Cluster::FindGroup(ObjectId id) { return FindById(groups, id); }
-Resource* Cluster::FindResource(const std::wstring& name) { return FindByName(resources, name); }
-Resource* Cluster::FindResource(ObjectId id) { return FindById(resources, id); }
+namespace {
+
+// The key under which a name is indexed: its characters in upper case, as
+// names are compared without regard to case.
+std::wstring FoldedName(const std::wstring& name) {
+    std::wstring folded = name;
+    if (!folded.empty()) CharUpperBuffW(&folded[0], static_cast<DWORD>(folded.size()));
+    return folded;
+}
+
+void RebuildIndex(std::vector<Resource>& resources, Cluster::ResourceIndex& index) {
+    index.byName.clear();
+    index.byId.clear();
+    for (size_t position = 0; position < resources.size(); ++position) {
+        index.byName.emplace(FoldedName(resources[position].name), position);
+        index.byId.emplace(resources[position].id, position);
+    }
+    index.builtFor = resources.data();
+    index.builtSize = resources.size();
+}
+
+// Looks `key` up in the index and checks the answer against the list; an
+// index that no longer matches the list is rebuilt and asked once more.
+template <class Key, class Map, class Matches>
+Resource* FindIndexed(std::vector<Resource>& resources, Cluster::ResourceIndex& index, const Key& key,
+                      Map Cluster::ResourceIndex::*map, Matches matches) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const bool current = index.builtFor == resources.data() && index.builtSize == resources.size();
+        if (!current || attempt == 1) RebuildIndex(resources, index);
+        auto found = (index.*map).find(key);
+        if (found != (index.*map).end() && found->second < resources.size() &&
+            matches(resources[found->second]))
+            return &resources[found->second];
+        if (!current) return nullptr;  // freshly built: the answer stands
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+Resource* Cluster::FindResource(const std::wstring& name) {
+    return FindIndexed(resources, resourceIndex, FoldedName(name), &ResourceIndex::byName,
+                       [&](const Resource& resource) { return SameName(resource.name, name); });
+}
+
+Resource* Cluster::FindResource(ObjectId id) {
+    return FindIndexed(resources, resourceIndex, id, &ResourceIndex::byId,
+                       [&](const Resource& resource) { return resource.id == id; });
+}
 Network* Cluster::FindNetwork(const std::wstring& name) { return FindByName(networks, name); }
 Network* Cluster::FindNetwork(ObjectId id) { return FindById(networks, id); }
 

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "orvcluster/cluster_api.h"
@@ -142,6 +143,17 @@ struct Cluster {
     std::vector<Group> groups;
     std::vector<Resource> resources;
     ObjectId localNode = 0;
+
+    // Where each resource stands in `resources`, by folded name and by id, so
+    // that an inventory of a large cluster does not walk the list per name.
+    // Rebuilt when the list has changed under it.
+    struct ResourceIndex {
+        std::unordered_map<std::wstring, size_t> byName;
+        std::unordered_map<ObjectId, size_t> byId;
+        const Resource* builtFor = nullptr;
+        size_t builtSize = 0;
+    };
+    ResourceIndex resourceIndex;
 
     Node* FindNode(const std::wstring& name);
     Node* FindNode(ObjectId id);

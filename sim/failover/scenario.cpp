@@ -306,13 +306,12 @@ Json WriteProperties(const PropertyMap& properties) {
 
 // The fields of a new object of the given kind ("node", "group"...), named
 // after it from here on; a second object of the same name is refused.
-template <class T>
-Fields NamedFields(const Json& json, const std::string& kind, const std::vector<T>& existing, T& object) {
+template <class T, class Exists>
+Fields NamedFields(const Json& json, const std::string& kind, Exists exists, T& object) {
     Fields fields(json, "a " + kind);
     object.name = fields.RequiredString("name");
     fields.Rename(kind + " " + Quote(object.name));
-    for (const T& other : existing)
-        if (SameName(other.name, object.name)) Fail("two " + kind + "s are named " + Quote(object.name));
+    if (exists(object.name)) Fail("two " + kind + "s are named " + Quote(object.name));
     return fields;
 }
 
@@ -380,7 +379,9 @@ private:
         if (!nodes || nodes->empty()) Fail("the cluster has no nodes");
         for (const Json& json : *nodes) {
             Node node;
-            Fields fields = NamedFields(json, "node", cluster_.nodes, node);
+            Fields fields = NamedFields(
+                json, "node", [this](const std::wstring& name) { return cluster_.FindNode(name) != nullptr; },
+                node);
             if (const Json* state = fields.Get("state"))
                 node.state = ReadNamed(*state, kNodeStates, "the state of " + fields.Where());
             if (fields.Bool("local", false)) {
@@ -422,7 +423,9 @@ private:
         if (!networks) return;
         for (const Json& json : *networks) {
             Network network;
-            Fields fields = NamedFields(json, "network", cluster_.networks, network);
+            Fields fields = NamedFields(
+                json, "network", [this](const std::wstring& name) { return cluster_.FindNetwork(name) != nullptr; },
+                network);
             if (const Json* role = fields.Get("role"))
                 network.role = ReadNamed(*role, kRoles, "the role of " + fields.Where());
             network.address = fields.String("address");
@@ -447,7 +450,9 @@ private:
 
     void ReadGroup(const Json& json) {
         Group group;
-        Fields fields = NamedFields(json, "group", cluster_.groups, group);
+        Fields fields = NamedFields(
+                json, "group", [this](const std::wstring& name) { return cluster_.FindGroup(name) != nullptr; },
+                group);
         std::wstring owner = fields.String("owner");
         group.owner = owner.empty() ? DefaultOwner() : NodeNamed(owner, fields.Where());
         group.preferredOwners = NodesNamed(fields.Strings("preferredOwners"), fields.Where());
@@ -461,7 +466,9 @@ private:
 
     void ReadResource(const Json& json) {
         Resource resource;
-        Fields fields = NamedFields(json, "resource", cluster_.resources, resource);
+        Fields fields = NamedFields(
+                json, "resource", [this](const std::wstring& name) { return cluster_.FindResource(name) != nullptr; },
+                resource);
         const std::string& where = fields.Where();
 
         resource.type = fields.RequiredString("type");
