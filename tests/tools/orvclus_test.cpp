@@ -7,12 +7,12 @@
 #include <map>
 #include <regex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "harness/scratch_files.h"
 #include "harness/test_services.h"
 #include "orvcluster.h"
 #include "support/unique_handle.h"
@@ -27,17 +27,22 @@ struct Outcome {
     std::string err;
 };
 
-std::string ReadAll(HANDLE pipe) {
-    std::string text;
+// Moves what the pipe holds now into `text`, without waiting for more.
+void Drain(HANDLE pipe, std::string& text) {
     char buffer[4096];
-    DWORD read = 0;
-    while (ReadFile(pipe, buffer, sizeof(buffer), &read, nullptr) && read > 0) text.append(buffer, read);
-    return text;
+    DWORD available = 0, read = 0;
+    while (PeekNamedPipe(pipe, nullptr, 0, nullptr, &available, nullptr) && available > 0) {
+        if (!ReadFile(pipe, buffer, available < sizeof(buffer) ? available : sizeof(buffer), &read, nullptr) ||
+            read == 0)
+            break;
+        text.append(buffer, read);
+    }
 }
 
 // Runs orvclus.exe from this program's folder with `arguments`, standard
-// output and standard error captured apart.
-Outcome RunOrvclus(const std::wstring& arguments) {
+// output and standard error captured apart. With a `scenario` (a scenario
+// file's Windows path) the run's cluster simulator shows that cluster.
+Outcome RunOrvclus(const std::wstring& arguments, const std::wstring& scenario = std::wstring()) {
     Outcome run;
     SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
     UniqueKernelHandle outRead, outWrite, errRead, errWrite;
@@ -56,8 +61,13 @@ Outcome RunOrvclus(const std::wstring& arguments) {
     startup.hStdOutput = outWrite.Get();
     startup.hStdError = errWrite.Get();
     PROCESS_INFORMATION created = {};
-    if (!CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                        &created)) {
+    // Only the child gets the scenario: this program's own library stays
+    // off the cluster.
+    if (!scenario.empty()) SetEnvironmentVariableW(L"ORVSIM_SCENARIO", scenario.c_str());
+    const BOOL started = CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                                        &startup, &created);
+    if (!scenario.empty()) SetEnvironmentVariableW(L"ORVSIM_SCENARIO", nullptr);
+    if (!started) {
         ADD_FAILURE() << "cannot start orvclus.exe: " << GetLastError();
         return run;
     }
@@ -66,12 +76,21 @@ Outcome RunOrvclus(const std::wstring& arguments) {
     outWrite.Reset();
     errWrite.Reset();
 
-    std::thread errReader([&] { run.err = ReadAll(errRead.Get()); });
-    run.out = ReadAll(outRead.Get());
-    errReader.join();
-    if (WaitForSingleObject(process.Get(), 60000) != WAIT_OBJECT_0) {
-        TerminateProcess(process.Get(), 99);
-        ADD_FAILURE() << "orvclus.exe did not end";
+    // The run is over when orvclus.exe ends, not when its pipes close: the
+    // desktop process that Wine starts for the first program to make a
+    // window (COM does, for the XML reader) inherits standard error and
+    // lives as long as this program.
+    for (DWORD waited = 0;; waited += 5) {
+        const bool ended = WaitForSingleObject(process.Get(), 0) == WAIT_OBJECT_0;
+        Drain(outRead.Get(), run.out);
+        Drain(errRead.Get(), run.err);
+        if (ended) break;
+        if (waited >= 60000) {
+            TerminateProcess(process.Get(), 99);
+            ADD_FAILURE() << "orvclus.exe did not end";
+            break;
+        }
+        Sleep(5);
     }
     GetExitCodeProcess(process.Get(), &run.exitCode);
     return run;
@@ -148,8 +167,10 @@ TEST(OrvclusStatus, JsonIsOneObjectOfTheSameFacts) {
         {"cluster_type_name", "not clustered"},
         {"cluster_open", false},
         {"cluster_name", ""},
+        {"nodes", nullptr},
         {"cluster_key_present", false},
         {"computer_name", Utf8(OrvGetComputerName())},
+        {"computer_is_node", nullptr},
         {"virtual_server_name", Utf8(*Cluster::GetOrvVirtualServerName())},
         {"product_clustered", false},
     };
@@ -209,6 +230,9 @@ TEST(OrvclusUsage, BadCommandLinesGiveExitCode2AndOneLine) {
         {L"status --machine", "'--machine'"},
         {L"status --machine --json", "'--machine'"},
         {L"status extra", "'extra'"},
+        {L"backup-db", "PATH"},
+        {L"backup-db A B", "'B'"},
+        {L"resources --type", "'--type'"},
         // Refused before the traced run starts, so said once.
         {L"status --trace --bogus", "'--bogus'"},
         // Refused by the traced run itself, whose exit code comes back.
@@ -236,6 +260,202 @@ TEST(OrvclusUsage, HelpNamesTheCommandsAndTheirOptions) {
     const Outcome status = RunOrvclus(L"status --help");
     EXPECT_EQ(0u, status.exitCode) << status.err;
     EXPECT_NE(std::string::npos, status.out.find("--machine NAME")) << status.out;
+}
+
+// ---- On the example cluster ----
+
+const std::string kExamples = ORVTEST_EXAMPLES;
+
+// A folder or file of this machine as the Windows programs in Wine see it.
+std::wstring WinePath(const std::string& path) { return L"Z:" + std::wstring(path.begin(), path.end()); }
+
+const std::wstring kScenario = WinePath(kExamples + "/scenarios/two-node-failover.json");
+
+// Runs orvclus with the example cluster and answers its JSON.
+nlohmann::json JsonOnExampleCluster(const std::wstring& arguments) {
+    const Outcome run = RunOrvclus(arguments + L" --json", kScenario);
+    EXPECT_EQ(0u, run.exitCode) << run.err;
+    EXPECT_EQ("", run.err);
+    nlohmann::json parsed;
+    EXPECT_NO_THROW(parsed = nlohmann::json::parse(run.out)) << run.out;
+    return parsed;
+}
+
+// The cells of a plain-text table (its heading line, the rule of dashes
+// under it, then its rows), checking on the way that every cell begins in
+// its column, right where the rule's dashes begin.
+std::vector<std::vector<std::string>> TableCells(const std::vector<std::string>& lines) {
+    std::vector<std::vector<std::string>> cells;
+    if (lines.size() < 2) {
+        ADD_FAILURE() << "no table";
+        return cells;
+    }
+    const std::string& rule = lines[1];
+    std::vector<size_t> starts;
+    for (size_t i = 0; i < rule.size(); ++i) {
+        EXPECT_TRUE(rule[i] == '-' || rule[i] == ' ') << rule;
+        if (rule[i] == '-' && (i == 0 || rule[i - 1] == ' ')) starts.push_back(i);
+    }
+    for (size_t row = 0; row < lines.size(); ++row) {
+        if (row == 1) continue;
+        const std::string& line = lines[row];
+        cells.emplace_back();
+        for (size_t column = 0; column < starts.size(); ++column) {
+            const size_t start = starts[column];
+            const size_t end = column + 1 < starts.size() ? starts[column + 1] : std::string::npos;
+            EXPECT_TRUE(start < line.size() && line[start] != ' ')
+                << "no cell in column " << column << ": " << line;
+            if (start > 0 && start <= line.size()) {
+                EXPECT_EQ(' ', line[start - 1]) << "cell out of column: " << line;
+            }
+            std::string cell;
+            if (start < line.size()) cell = line.substr(start, end == std::string::npos ? end : end - start);
+            cell.erase(cell.find_last_not_of(' ') + 1);
+            cells.back().push_back(cell);
+        }
+    }
+    return cells;
+}
+
+TEST(OrvclusCluster, StatusNamesTheClusterItsNodesAndWhetherThisComputerIsOne) {
+    const nlohmann::json status = JsonOnExampleCluster(L"status");
+    EXPECT_EQ(1, status["cluster_type"]);
+    EXPECT_EQ(true, status["cluster_open"]);
+    EXPECT_EQ("ORVCLUS01", status["cluster_name"]);
+    EXPECT_EQ(nlohmann::json({"NODE1", "NODE2"}), status["nodes"]);
+    const std::string computer = Utf8(OrvGetComputerName());
+    EXPECT_EQ(computer == "NODE1" || computer == "NODE2", status["computer_is_node"]);
+
+    const Outcome text = RunOrvclus(L"status", kScenario);
+    ASSERT_EQ(0u, text.exitCode) << text.err;
+    const std::vector<std::string> lines = Lines(text.out);
+    ASSERT_GE(lines.size(), 2u) << text.out;
+    EXPECT_EQ("This machine belongs to a failover cluster.", lines[0]);
+    std::map<std::string, std::string> fields = Fields({lines.begin() + 1, lines.end()});
+    EXPECT_EQ("NODE1, NODE2", fields["Cluster nodes"]);
+    EXPECT_EQ(status["computer_is_node"] == true ? "yes" : "no", fields["Computer is a node"]);
+}
+
+TEST(OrvclusCluster, NodesResourcesAndNetworksAsJson) {
+    const nlohmann::json nodes = JsonOnExampleCluster(L"nodes");
+    EXPECT_EQ("ORVCLUS01", nodes["cluster_name"]);
+    ASSERT_EQ(2u, nodes["nodes"].size()) << nodes;
+    EXPECT_EQ("NODE1", nodes["nodes"][0]["name"]);
+    EXPECT_EQ("NODE2", nodes["nodes"][1]["name"]);
+
+    // The type is matched exactly; every other fact comes from the resource itself.
+    const nlohmann::json names = JsonOnExampleCluster(L"resources --type \"Network Name\"");
+    const nlohmann::json expected = {
+        {{"name", "Cluster Name"}, {"type", "Network Name"}, {"group", "Cluster Group"},
+         {"owner_node", "NODE1"}, {"state", "online"}, {"state_code", 2}},
+        {{"name", "Orvane Server Name"}, {"type", "Network Name"}, {"group", "Orvane Group"},
+         {"owner_node", "NODE1"}, {"state", "online"}, {"state_code", 2}},
+        {{"name", "SQL Network Name (SQLVS01)"}, {"type", "Network Name"}, {"group", "SQL Server (MSSQLSERVER)"},
+         {"owner_node", "NODE2"}, {"state", "online"}, {"state_code", 2}},
+    };
+    EXPECT_EQ(expected, names["resources"]) << names;
+    EXPECT_EQ(0u, JsonOnExampleCluster(L"resources --type \"network name\"")["resources"].size());
+    EXPECT_EQ(16u, JsonOnExampleCluster(L"resources")["resources"].size());
+
+    const nlohmann::json networks = JsonOnExampleCluster(L"networks");
+    const nlohmann::json expectedNetworks = {
+        {{"name", "Public"}, {"role", "cluster and clients"}, {"role_code", 3}, {"address", "10.20.30.0"},
+         {"address_mask", "255.255.255.0"}},
+        {{"name", "Heartbeat"}, {"role", "cluster only"}, {"role_code", 1}, {"address", "192.168.100.0"},
+         {"address_mask", "255.255.255.0"}},
+    };
+    EXPECT_EQ(expectedNetworks, networks["networks"]) << networks;
+}
+
+TEST(OrvclusCluster, GroupsAsAnAlignedTable) {
+    const Outcome run = RunOrvclus(L"groups", kScenario);
+    ASSERT_EQ(0u, run.exitCode) << run.err;
+    const std::vector<std::string> lines = Lines(run.out);
+    ASSERT_GE(lines.size(), 4u) << run.out;
+    EXPECT_EQ("Cluster ORVCLUS01 has 4 groups.", lines[0]);
+    EXPECT_EQ("", lines[1]);
+    const std::vector<std::vector<std::string>> expected = {
+        {"Group", "Owner", "State"},
+        {"Cluster Group", "NODE1", "online"},
+        {"Orvane Group", "NODE1", "online"},
+        {"SQL Server (MSSQLSERVER)", "NODE2", "online"},
+        {"Cluster Shared Volume", "NODE1", "online"},
+    };
+    EXPECT_EQ(expected, TableCells({lines.begin() + 2, lines.end()})) << run.out;
+}
+
+TEST(OrvclusCluster, DrivesDisksAndSharedVolumes) {
+    EXPECT_EQ(nlohmann::json({"Q:\\", "S:\\", "T:\\", "U:\\", "C:\\ClusterStorage\\Volume1\\"}),
+              JsonOnExampleCluster(L"drives")["drives"]);
+
+    const nlohmann::json disks = JsonOnExampleCluster(L"disks")["disks"];
+    ASSERT_EQ(5u, disks.size()) << disks;
+    EXPECT_EQ("Cluster Disk 1", disks[1]["name"]);
+    const nlohmann::json partition = {{"device", "S:\\"}, {"label", "Orvane Data"}, {"number", 1},
+                                      {"volume_guid", "{5a1f0b2c-3d4e-4f60-8172-93a4b5c6d702}"}};
+    EXPECT_EQ(nlohmann::json::array({partition}), disks[1]["partitions"]);
+
+    const nlohmann::json shared = JsonOnExampleCluster(L"shared-volumes");
+    EXPECT_EQ("C:\\ClusterStorage\\", shared["shared_volumes_root"]);
+    ASSERT_EQ(1u, shared["resources"].size()) << shared;
+    EXPECT_EQ("Cluster Disk 3", shared["resources"][0]["name"]);
+    const nlohmann::json volume = {{"friendly_name", "Volume1"},
+                                   {"partition", 2},
+                                   {"offset", 135266304},
+                                   {"fault_state", "none"},
+                                   {"backup_in_progress", false},
+                                   {"volume_name", "\\\\?\\Volume{5a1f0b2c-3d4e-4f60-8172-93a4b5c6d704}\\"}};
+    EXPECT_EQ(nlohmann::json::array({volume}), shared["resources"][0]["volumes"]);
+}
+
+TEST(OrvclusCluster, DefinitionShowsTheServiceResourceTable) {
+    const nlohmann::json definition =
+        JsonOnExampleCluster(L"definition --dir \"" + WinePath(kExamples) + L"\"");
+    EXPECT_EQ("clusconfig.xml", definition["file_name"]);
+    EXPECT_EQ("Orvane", definition["product"]);
+    EXPECT_EQ("Orvane Group", definition["default_group"]);
+    EXPECT_EQ("\\Brassel\\Orvane\\", definition["default_dir"]);
+    const nlohmann::json& table = definition["resources"];
+    ASSERT_EQ(5u, table.size()) << definition;
+    EXPECT_EQ("Orvane IP Address", table[0]["name"]);
+    EXPECT_EQ(nullptr, table[0]["service"]);
+    EXPECT_EQ("Network Name", table[1]["type"]);
+    const nlohmann::json third = {{"name", "Orvane Discovery Service"}, {"type", "Generic Service"},
+                                  {"service", "OrvDiscovery"}, {"dependencies", nlohmann::json::array()}};
+    EXPECT_EQ(third, table[2]);
+    EXPECT_EQ(nlohmann::json({"Orvane Discovery Service"}), table[3]["dependencies"]);
+    EXPECT_EQ(nlohmann::json({"Orvane Job Engine"}), table[4]["dependencies"]);
+}
+
+TEST(OrvclusCluster, BackupIntoAFolderAndIntoAMissingOne) {
+    orvtest::ScratchFolder folder(L"orvclus-backup");
+    const Outcome done = RunOrvclus(L"backup-db \"" + folder.Path() + L"\"", kScenario);
+    EXPECT_EQ(0u, done.exitCode) << done.err;
+    EXPECT_EQ("", done.err);
+    EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((folder.Path() + L"\\chk0001.tmp").c_str()))
+        << done.out;
+
+    const std::wstring missing = folder.Path() + L"\\missing";
+    const Outcome failed = RunOrvclus(L"backup-db \"" + missing + L"\" --json", kScenario);
+    EXPECT_EQ(1u, failed.exitCode);
+    EXPECT_EQ("", failed.out);
+    const std::vector<std::string> lines = Lines(failed.err);
+    ASSERT_EQ(1u, lines.size()) << failed.err;
+    EXPECT_TRUE(
+        StartsWith(lines[0], "orvclus: cannot back up the database of cluster ORVCLUS01 to " + Utf8(missing)))
+        << lines[0];
+    EXPECT_NE(std::string::npos, lines[0].find("(error 3)")) << lines[0];
+}
+
+TEST(OrvclusCluster, InventoryWithoutClusterIsOneLineAndExitCode1) {
+    for (const wchar_t* command : {L"nodes", L"resources", L"groups", L"networks", L"drives", L"disks",
+                                   L"shared-volumes", L"backup-db C:\\", L"definition"}) {
+        SCOPED_TRACE(Utf8(command));
+        const Outcome run = RunOrvclus(std::wstring(command) + L" --json");
+        EXPECT_EQ(1u, run.exitCode);
+        EXPECT_EQ("", run.out);
+        EXPECT_EQ("orvclus: this machine is not part of a cluster\n", run.err);
+    }
 }
 
 }  // namespace

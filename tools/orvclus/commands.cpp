@@ -20,7 +20,15 @@ const std::vector<OptionSpec>& CommonOptions() {
 }
 
 const std::vector<Command>& Commands() {
-    static const std::vector<Command> commands = {StatusCommand(), HelpCommand()};
+    static const std::vector<Command> commands = [] {
+        std::vector<Command> all = {StatusCommand()};
+        for (const auto& family : {ClusterCommands(), StorageCommands()})
+            all.insert(all.end(), family.begin(), family.end());
+        all.push_back(BackupDatabaseCommand());
+        all.push_back(DefinitionCommand());
+        all.push_back(HelpCommand());
+        return all;
+    }();
     return commands;
 }
 

@@ -34,6 +34,10 @@ const Command* FindCommand(const std::wstring& name);
 // The command families.
 Command HelpCommand();
 Command StatusCommand();
+std::vector<Command> ClusterCommands();  // nodes, resources, groups, networks
+std::vector<Command> StorageCommands();  // drives, disks, shared-volumes
+Command BackupDatabaseCommand();
+Command DefinitionCommand();
 
 // Usage texts, shared by "help" and "--help".
 std::wstring GeneralUsage();

@@ -12,7 +12,7 @@ std::wstring OptionName(const OptionSpec& option) {
 }
 
 // "  name   text" lines with the texts in one column.
-std::wstring Table(const std::vector<std::pair<std::wstring, std::wstring>>& rows) {
+std::wstring TwoColumns(const std::vector<std::pair<std::wstring, std::wstring>>& rows) {
     size_t width = 0;
     for (const auto& row : rows)
         if (row.first.size() > width) width = row.first.size();
@@ -29,7 +29,7 @@ std::wstring OptionTable(const std::vector<OptionSpec>& options) {
     std::vector<std::pair<std::wstring, std::wstring>> rows;
     for (const OptionSpec& option : options)
         if (!option.hidden) rows.emplace_back(OptionName(option), option.help);
-    return Table(rows);
+    return TwoColumns(rows);
 }
 
 const wchar_t kExitCodes[] = L"Exit codes: 0 success, 1 the operation failed, 2 bad arguments.\n";
@@ -47,7 +47,7 @@ int RunHelp(const ParsedArguments& arguments, Format) {
 std::wstring GeneralUsage() {
     std::vector<std::pair<std::wstring, std::wstring>> commands;
     for (const Command& command : Commands()) commands.emplace_back(command.name, command.summary);
-    return L"Usage: orvclus COMMAND [OPTIONS]\n\nCommands:\n" + Table(commands) +
+    return L"Usage: orvclus COMMAND [OPTIONS]\n\nCommands:\n" + TwoColumns(commands) +
            L"\nOptions of every command:\n" + OptionTable(CommonOptions()) +
            L"\nRun 'orvclus help COMMAND' for the options of one command.\n" + kExitCodes;
 }

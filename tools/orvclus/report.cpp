@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cwchar>
 
 #include "console.h"
@@ -33,24 +34,120 @@ Value Value::YesNo(bool yes) {
 
 Value Value::None() { return Value(); }
 
+Value Value::List(std::vector<Value> items) {
+    Value value;
+    value.kind_ = Kind::List;
+    value.items_ = std::move(items);
+    return value;
+}
+
+Value Value::Object(std::vector<std::wstring> keys, std::vector<Value> values) {
+    Value value;
+    value.kind_ = Kind::Object;
+    value.keys_ = std::move(keys);
+    value.items_ = std::move(values);
+    value.items_.resize(value.keys_.size());
+    return value;
+}
+
 std::wstring Value::Plain() const {
     switch (kind_) {
         case Kind::Text: return text_;
         case Kind::Number: return std::to_wstring(number_);
         case Kind::Bool: return number_ ? L"yes" : L"no";
+        case Kind::List:
+        case Kind::Object: {
+            std::wstring joined;
+            for (const Value& item : items_) joined += (joined.empty() ? L"" : L", ") + item.Plain();
+            if (!joined.empty()) return joined;
+            break;
+        }
         case Kind::None: break;
     }
     return L"-";
 }
 
-std::wstring Value::Json() const {
+bool Value::IsFlatList() const {
+    if (kind_ != Kind::List) return false;
+    for (const Value& item : items_)
+        if (!item.IsScalar()) return false;
+    return true;
+}
+
+std::wstring Value::Json(size_t depth) const {
     switch (kind_) {
         case Kind::Text: return JsonQuote(text_);
         case Kind::Number: return std::to_wstring(number_);
         case Kind::Bool: return number_ ? L"true" : L"false";
-        case Kind::None: break;
+        case Kind::List:
+        case Kind::Object: break;
+        case Kind::None: return L"null";
     }
-    return L"null";
+    const bool object = kind_ == Kind::Object;
+    const wchar_t* brackets = object ? L"{}" : L"[]";
+    if (items_.empty()) return brackets;
+    // Inside the report's object, a list of plain values and an object of
+    // plain values and such lists (one row of a table) stay on one line;
+    // anything holding more, and the report itself, gives each item a line
+    // of its own.
+    bool flat = depth > 0;
+    for (const Value& item : items_) flat = flat && (item.IsScalar() || (object && item.IsFlatList()));
+    const std::wstring indent((depth + 1) * 2, L' ');
+    std::wstring json(1, brackets[0]);
+    for (size_t i = 0; i < items_.size(); ++i) {
+        if (i > 0) json += L",";
+        json += flat ? (i > 0 ? L" " : L"") : L"\n" + indent;
+        if (object) json += JsonQuote(keys_[i]) + L": ";
+        json += items_[i].Json(depth + 1);
+    }
+    if (!flat) json += L"\n" + std::wstring(depth * 2, L' ');
+    return json + brackets[1];
+}
+
+void Table::AddRow(std::vector<Value> cells) {
+    cells.resize(columns_.size());
+    rows_.push_back(std::move(cells));
+}
+
+std::wstring Table::AsText() const {
+    // The shown columns: headings, a rule under each, then the rows, every
+    // column as wide as its widest entry and two blanks between columns.
+    std::vector<size_t> shown;
+    for (size_t column = 0; column < columns_.size(); ++column)
+        if (!columns_[column].heading.empty()) shown.push_back(column);
+    std::vector<std::vector<std::wstring>> lines(2);
+    for (size_t column : shown) {
+        lines[0].push_back(columns_[column].heading);
+        lines[1].push_back(std::wstring());
+    }
+    for (const std::vector<Value>& row : rows_) {
+        lines.emplace_back();
+        for (size_t column : shown) lines.back().push_back(row[column].Plain());
+    }
+    std::vector<size_t> widths(shown.size(), 0);
+    for (const auto& line : lines)
+        for (size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
+    for (size_t i = 0; i < shown.size(); ++i) lines[1][i].assign(widths[i], L'-');
+
+    std::wstring text;
+    for (const auto& line : lines) {
+        std::wstring out;
+        for (size_t i = 0; i < line.size(); ++i) {
+            if (i > 0) out.append(widths[i - 1] - line[i - 1].size() + 2, L' ');
+            out += line[i];
+        }
+        out.erase(out.find_last_not_of(L' ') + 1);
+        text += out + L"\n";
+    }
+    return text;
+}
+
+Value Table::AsJson() const {
+    std::vector<std::wstring> keys;
+    for (const Column& column : columns_) keys.push_back(column.key);
+    std::vector<Value> rows;
+    for (const std::vector<Value>& row : rows_) rows.push_back(Value::Object(keys, row));
+    return Value::List(std::move(rows));
 }
 
 void Report::Add(const std::wstring& key, const std::wstring& label, const Value& value,
@@ -61,6 +158,8 @@ void Report::Add(const std::wstring& key, const std::wstring& label, const Value
 void Report::AddJsonOnly(const std::wstring& key, const Value& value) {
     fields_.push_back(Field{key, std::wstring(), value, std::wstring()});
 }
+
+void Report::AddTable(const std::wstring& key, const Table& table) { tables_.push_back(NamedTable{key, table}); }
 
 std::wstring Report::AsText() const {
     size_t width = 0;
@@ -77,20 +176,26 @@ std::wstring Report::AsText() const {
         text += field.shown.empty() ? field.value.Plain() : field.shown;
         text += L"\n";
     }
+    // An empty table says nothing the headline does not.
+    for (const NamedTable& table : tables_)
+        if (table.table.Rows() > 0) text += (text.empty() ? L"" : L"\n") + table.table.AsText();
     return text;
 }
 
 std::wstring Report::AsJson() const {
-    std::wstring json = L"{";
-    bool first = true;
+    std::vector<std::wstring> keys;
+    std::vector<Value> values;
     for (const Field& field : fields_) {
         if (field.key.empty()) continue;
-        json += first ? L"\n  " : L",\n  ";
-        json += JsonQuote(field.key) + L": " + field.value.Json();
-        first = false;
+        keys.push_back(field.key);
+        values.push_back(field.value);
     }
-    json += first ? L"}\n" : L"\n}\n";
-    return json;
+    for (const NamedTable& table : tables_) {
+        if (table.key.empty()) continue;
+        keys.push_back(table.key);
+        values.push_back(table.table.AsJson());
+    }
+    return Value::Object(std::move(keys), std::move(values)).Json() + L"\n";
 }
 
 std::wstring JsonQuote(const std::wstring& text) {
@@ -117,6 +222,10 @@ std::wstring JsonQuote(const std::wstring& text) {
     }
     quoted += L"\"";
     return quoted;
+}
+
+std::wstring Count(size_t count, const std::wstring& singular) {
+    return std::to_wstring(count) + L" " + singular + (count == 1 ? L"" : L"s");
 }
 
 int PrintReport(const Report& report, Format format) {

@@ -14,19 +14,62 @@ public:
     static Value Number(long long number);
     static Value YesNo(bool yes);
     static Value None();
+    // A JSON array; plain text joins the items with ", " ("-" when empty).
+    static Value List(std::vector<Value> items);
+    // A JSON object of the given keys and values, in that order.
+    static Value Object(std::vector<std::wstring> keys, std::vector<Value> values);
+    // A list of texts.
+    template <typename Container>
+    static Value TextList(const Container& texts) {
+        std::vector<Value> items;
+        for (const auto& text : texts) items.push_back(Text(text));
+        return List(std::move(items));
+    }
 
     std::wstring Plain() const;
-    std::wstring Json() const;
+    // Nested arrays and objects are laid out over several lines, indented
+    // two blanks per level below `depth`.
+    std::wstring Json(size_t depth = 0) const;
 
 private:
-    enum class Kind { Text, Number, Bool, None };
+    enum class Kind { Text, Number, Bool, None, List, Object };
+    bool IsScalar() const { return kind_ != Kind::List && kind_ != Kind::Object; }
+    bool IsFlatList() const;
+
     Kind kind_ = Kind::None;
     std::wstring text_;
     long long number_ = 0;
+    std::vector<std::wstring> keys_;  // of an object
+    std::vector<Value> items_;        // of a list or an object
 };
 
-// What a command found: aligned "label: value" lines under an optional
-// headline sentence, or one JSON object holding the same facts.
+// One column of a table: its key in JSON and its heading in plain text. A
+// column without a heading is left out of plain text.
+struct Column {
+    std::wstring key;
+    std::wstring heading;
+};
+
+// Rows of facts: aligned columns under their headings in plain text, an
+// array of objects in JSON.
+class Table {
+public:
+    explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
+    // One value per column, in the columns' order.
+    void AddRow(std::vector<Value> cells);
+    size_t Rows() const { return rows_.size(); }
+    const std::vector<std::vector<Value>>& Cells() const { return rows_; }
+
+    std::wstring AsText() const;
+    Value AsJson() const;
+
+private:
+    std::vector<Column> columns_;
+    std::vector<std::vector<Value>> rows_;
+};
+
+// What a command found: a headline sentence, aligned "label: value" lines and
+// tables, or one JSON object holding the same facts.
 class Report {
 public:
     void SetHeadline(const std::wstring& sentence) { headline_ = sentence; }
@@ -36,6 +79,9 @@ public:
              const std::wstring& shown = std::wstring());
     // A fact that only scripts need (the plain text already says it another way).
     void AddJsonOnly(const std::wstring& key, const Value& value);
+    // A table, after the "label: value" lines in plain text; an empty key
+    // shows it in plain text only.
+    void AddTable(const std::wstring& key, const Table& table);
 
     std::wstring AsText() const;
     std::wstring AsJson() const;
@@ -47,12 +93,20 @@ private:
         Value value;
         std::wstring shown;
     };
+    struct NamedTable {
+        std::wstring key;
+        Table table;
+    };
     std::wstring headline_;
     std::vector<Field> fields_;
+    std::vector<NamedTable> tables_;
 };
 
 // The text as a JSON string literal, quotes included.
 std::wstring JsonQuote(const std::wstring& text);
+
+// "1 node", "2 nodes".
+std::wstring Count(size_t count, const std::wstring& singular);
 
 // Prints the report on standard output; answers the command's exit code.
 int PrintReport(const Report& report, Format format);

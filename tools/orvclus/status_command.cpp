@@ -3,13 +3,12 @@
 
 #include "orvcluster.h"
 
+#include "cluster_target.h"
 #include "commands.h"
 
 namespace orvclus {
 
 namespace {
-
-const wchar_t kMachineOption[] = L"--machine";
 
 struct TypeNames {
     const wchar_t* name;     // as scripts get it
@@ -27,9 +26,9 @@ TypeNames NamesOf(Cluster::ClusterType type) {
 
 std::wstring Headline(const std::wstring* machine, Cluster::ClusterType type) {
     if (type == Cluster::NotClustered) {
-        // A remote machine that cannot be reached looks exactly like one without cluster.
-        return machine ? *machine + L" is not part of a cluster, or cannot be reached."
-                       : L"This machine is not part of a cluster.";
+        std::wstring sentence = NotClustered(machine) + L".";
+        if (!machine) sentence[0] = L'T';
+        return sentence;
     }
     return (machine ? *machine : std::wstring(L"This machine")) + L" belongs to " +
            NamesOf(type).article + L".";
@@ -47,6 +46,11 @@ int RunStatus(const ParsedArguments& arguments, Format format) {
     const std::wstring computerName = OrvGetComputerName();
     boost::shared_ptr<const std::wstring> virtualServer = Cluster::GetOrvVirtualServerName();
     const bool productClustered = Cluster::IsOrvClustered();
+    // The cluster's nodes, and whether this computer is one of them.
+    std::list<std::wstring> nodes;
+    bool isNode = false;
+    const bool nodesKnown = open && cluster->GetNodes(nodes) &&
+                            cluster->GetMachineNodeStatus(computerName.c_str(), &isNode);
 
     // A backend's empty cluster name means the cluster of this computer.
     std::wstring shownClusterName = clusterName;
@@ -61,9 +65,19 @@ int RunStatus(const ParsedArguments& arguments, Format format) {
     report.AddJsonOnly(L"cluster_type_name", Value::Text(NamesOf(type).name));
     report.Add(L"cluster_open", L"Cluster open", Value::YesNo(open));
     report.Add(L"cluster_name", L"Cluster name", Value::Text(clusterName), shownClusterName);
+    if (nodesKnown) {
+        report.Add(L"nodes", L"Cluster nodes", Value::TextList(nodes));
+    } else {
+        report.AddJsonOnly(L"nodes", Value::None());
+    }
     report.Add(L"cluster_key_present", L"Cluster key present", Value::YesNo(keyPresent));
     // The product's own view, always of this computer.
     report.Add(L"computer_name", L"Computer name", Value::Text(computerName));
+    if (nodesKnown) {
+        report.Add(L"computer_is_node", L"Computer is a node", Value::YesNo(isNode));
+    } else {
+        report.AddJsonOnly(L"computer_is_node", Value::None());
+    }
     report.Add(L"virtual_server_name", L"Virtual server name",
                Value::Text(virtualServer ? *virtualServer : std::wstring()));
     report.Add(L"product_clustered", L"Product clustered", Value::YesNo(productClustered));
@@ -76,8 +90,8 @@ Command StatusCommand() {
     Command command;
     command.name = L"status";
     command.summary =
-        L"Show whether a machine belongs to a cluster and how the product names this computer.";
-    command.options = {{kMachineOption, L"NAME", L"ask about machine NAME instead of this computer"}};
+        L"Show whether a machine belongs to a cluster, its nodes, and how the product names this computer.";
+    command.options = {MachineOption()};
     command.run = RunStatus;
     return command;
 }
