@@ -30,6 +30,7 @@
 
 #include "orvcluster.h"
 #include "orvcluster/mscs_cluster.h"
+#include "harness/wine_paths.h"
 #include "simcluster.h"
 
 namespace {
@@ -317,8 +318,7 @@ bool Bind(HMODULE module, const char* name, Function& function) {
 
 const char* PrepareResourceState() {
     // The bundled two-node cluster, from the source tree as Wine sees it.
-    const std::string path = ORVBENCH_EXAMPLE_SCENARIO;
-    if (!SimCluster_LoadScenarioFile((L"Z:" + std::wstring(path.begin(), path.end())).c_str()))
+    if (!SimCluster_LoadScenarioFile(orvtest::ExampleScenario().c_str()))
         return "the example scenario did not load";
     handlesBeforeStateCall = SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL);
 

@@ -2,11 +2,6 @@
 
 namespace orvtest {
 
-std::wstring ExampleScenario() {
-    const std::string path = ORVTEST_EXAMPLE_SCENARIO;
-    return L"Z:" + std::wstring(path.begin(), path.end());
-}
-
 void SimulatedClusterTest::SetUp() {
     ASSERT_TRUE(SimCluster_LoadScenarioFile(ExampleScenario().c_str()));
     SimCluster_ClearFailures();

@@ -5,12 +5,10 @@
 #include <gtest/gtest.h>
 
 #include "simclock.h"
+#include "harness/wine_paths.h"
 #include "simcluster.h"
 
 namespace orvtest {
-
-// The demo cluster, examples/scenarios/two-node-failover.json, as a path.
-std::wstring ExampleScenario();
 
 // Runs each test on a fresh copy of the demo cluster in the simulator, with
 // no failures scripted and the call counters at zero, and checks afterwards

@@ -42,13 +42,6 @@ std::vector<std::string> ListOf(const std::string& list) {
     return names;
 }
 
-std::wstring ExampleScenario() {
-    std::string path = SIMTEST_EXAMPLE_SCENARIO;  // a path of the build machine, seen through drive Z:
-    std::wstring wide = L"Z:";
-    for (char c : path) wide += c == '/' ? L'\\' : static_cast<wchar_t>(c);
-    return wide;
-}
-
 void SimulatorTest::SetUp() {
     ASSERT_TRUE(SimCluster_LoadScenarioFile(ExampleScenario().c_str())) << Utf8(SimCluster_LastError());
     SimCluster_ClearFailures();

@@ -15,6 +15,7 @@
 #include "entry_points.h"
 #include "orvcluster/cluster_api.h"
 #include "simclock.h"
+#include "harness/wine_paths.h"
 #include "simcluster.h"
 
 namespace simtest {
@@ -46,8 +47,7 @@ std::string Utf8(const std::wstring& text);
 // The names of a comma-separated list.
 std::vector<std::string> ListOf(const std::string& list);
 
-// The demo cluster, examples/scenarios/two-node-failover.json.
-std::wstring ExampleScenario();
+using orvtest::ExampleScenario;
 
 // Loads the demo cluster before each test, with failures and counters
 // cleared, and checks afterwards that the test closed every handle.

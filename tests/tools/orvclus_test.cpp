@@ -14,6 +14,7 @@
 
 #include "harness/scratch_files.h"
 #include "harness/test_services.h"
+#include "harness/wine_paths.h"
 #include "orvcluster.h"
 #include "support/unique_handle.h"
 
@@ -264,12 +265,7 @@ TEST(OrvclusUsage, HelpNamesTheCommandsAndTheirOptions) {
 
 // ---- On the example cluster ----
 
-const std::string kExamples = ORVTEST_EXAMPLES;
-
-// A folder or file of this machine as the Windows programs in Wine see it.
-std::wstring WinePath(const std::string& path) { return L"Z:" + std::wstring(path.begin(), path.end()); }
-
-const std::wstring kScenario = WinePath(kExamples + "/scenarios/two-node-failover.json");
+const std::wstring kScenario = orvtest::ExampleScenario();
 
 // Runs orvclus with the example cluster and answers its JSON.
 nlohmann::json JsonOnExampleCluster(const std::wstring& arguments) {
@@ -410,7 +406,7 @@ TEST(OrvclusCluster, DrivesDisksAndSharedVolumes) {
 
 TEST(OrvclusCluster, DefinitionShowsTheServiceResourceTable) {
     const nlohmann::json definition =
-        JsonOnExampleCluster(L"definition --dir \"" + WinePath(kExamples) + L"\"");
+        JsonOnExampleCluster(L"definition --dir \"" + orvtest::ExamplePath() + L"\"");
     EXPECT_EQ("clusconfig.xml", definition["file_name"]);
     EXPECT_EQ("Orvane", definition["product"]);
     EXPECT_EQ("Orvane Group", definition["default_group"]);

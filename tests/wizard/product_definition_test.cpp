@@ -11,16 +11,14 @@
 #include <nlohmann/json.hpp>
 
 #include "harness/scratch_files.h"
+#include "harness/wine_paths.h"
 #include "wizard/product_definition.h"
 
 namespace {
 
 using orv::ProductDefinition;
 
-std::wstring Example(const char* name) {
-    const std::string path = std::string(ORVTEST_EXAMPLES_DIR) + "/" + name;
-    return L"Z:" + std::wstring(path.begin(), path.end());
-}
+std::wstring Example(const char* name) { return orvtest::ExamplePath(name); }
 
 std::wstring Wide(const nlohmann::json& text) {
     const std::string narrow = text.get<std::string>();

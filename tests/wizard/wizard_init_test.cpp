@@ -10,11 +10,6 @@
 
 namespace {
 
-std::wstring ExamplesFolder() {
-    const std::string path = ORVTEST_EXAMPLES_DIR;
-    return L"Z:" + std::wstring(path.begin(), path.end());
-}
-
 using WizardInit = orvtest::SimulatedClusterTest;
 
 TEST_F(WizardInit, LoadsTheDefinitionOnceAndOnlyOnce) {
@@ -30,7 +25,7 @@ TEST_F(WizardInit, LoadsTheDefinitionOnceAndOnlyOnce) {
 
     for (auto& answer : answers) wmemset(answer, L'#', MAX_PATH);
     ASSERT_EQ(1u, Cluster::CWIZ_InitData(answers[0], answers[1], answers[2], answers[3], answers[4],
-                                         ExamplesFolder().c_str()));
+                                         orvtest::ExamplePath().c_str()));
     for (const auto& answer : answers) EXPECT_NE(L'#', answer[0]);  // every answer written
     EXPECT_STREQ(L"Brassel", Cluster::CWIZ_GetCompany());
     EXPECT_STREQ(L"\\Brassel\\Orvane\\", Cluster::CWIZ_GetDefaultDir());
