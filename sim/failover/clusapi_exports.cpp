@@ -208,7 +208,7 @@ bool NetworkNameOf(Cluster& cluster, Resource& resource, std::wstring& name) {
             return true;
         }
         const PropertyValue* value = candidate->privateProperties.Find(L"Name");
-        if (SameName(candidate->type, L"Network Name") && value && value->IsString()) {
+        if (SameName(candidate->type.Text(), L"Network Name") && value && value->IsString()) {
             name = value->Text();
             return true;
         }
@@ -236,12 +236,6 @@ void KeepFirstError(DWORD& first, DWORD next) {
 
 bool Contains(const std::vector<ObjectId>& ids, ObjectId id) {
     return std::find(ids.begin(), ids.end(), id) != ids.end();
-}
-
-template <class T>
-void EraseId(std::vector<T>& objects, ObjectId id) {
-    objects.erase(std::remove_if(objects.begin(), objects.end(), [&](const T& object) { return object.id == id; }),
-                  objects.end());
 }
 
 }  // namespace
@@ -637,7 +631,7 @@ DWORD WINAPI DeleteClusterResource(HRESOURCE value) {
         if (resource->core) return DWORD(ERROR_CORE_RESOURCE);
         if (state != ClusterResourceOffline && state != ClusterResourceFailed) return DWORD(ERROR_RESOURCE_ONLINE);
         if (!cluster.DependentsOf(*resource).empty()) return DWORD(ERROR_DEPENDENT_RESOURCE_EXISTS);
-        EraseId(cluster.resources, resource->id);
+        cluster.RemoveResource(resource->id);
         return DWORD(ERROR_SUCCESS);
     });
 }
@@ -648,7 +642,7 @@ DWORD WINAPI DeleteClusterGroup(HGROUP value) {
         DWORD error = Resolve(simulator, value, group);
         if (error != ERROR_SUCCESS) return error;
         if (!simulator.cluster.ResourcesOf(*group).empty()) return DWORD(ERROR_DIR_NOT_EMPTY);
-        EraseId(simulator.cluster.groups, group->id);
+        simulator.cluster.RemoveGroup(group->id);
         return DWORD(ERROR_SUCCESS);
     });
 }

@@ -151,7 +151,7 @@ DWORD SetCommonProperties(Cluster& cluster, Resource& resource, const ControlCal
     }
     for (const PropertyMap::Entry& property : properties) {
         if (SameName(property.first, L"Name"))
-            resource.name = property.second.Text();
+            cluster.RenameResource(resource, property.second.Text());
         else
             resource.common.Set(property.first, property.second);
     }
@@ -210,11 +210,11 @@ DWORD ControlResource(Cluster& cluster, Resource& resource, const ControlCall& c
             return Reply(BytesOf(info), call);
         }
         case CLUSCTL_RESOURCE_GET_RESOURCE_TYPE:
-            return Reply(TextBytes(resource.type), call);
+            return Reply(TextBytes(resource.type.Text()), call);
         case CLUSCTL_RESOURCE_GET_COMMON_PROPERTIES:
             return Reply(BuildPropertyList(CommonProperties(resource)), call);
         case CLUSCTL_RESOURCE_GET_RO_COMMON_PROPERTIES:
-            return Reply(BuildPropertyList({{L"Type", StringValue(resource.type)},
+            return Reply(BuildPropertyList({{L"Type", StringValue(resource.type.Text())},
                                             {L"Characteristics", DwordValue(0)},
                                             {L"Flags", DwordValue(resource.core ? 1 : 0)}}),
                          call);

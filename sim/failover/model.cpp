@@ -1,6 +1,7 @@
 #include "model.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "text.h"
 
@@ -22,11 +23,48 @@ T* FindById(std::vector<T>& objects, ObjectId id) {
     return nullptr;
 }
 
+template <class T>
+void EraseId(std::vector<T>& objects, ObjectId id) {
+    objects.erase(std::remove_if(objects.begin(), objects.end(), [&](const T& object) { return object.id == id; }),
+                  objects.end());
+}
+
 bool Contains(const std::vector<ObjectId>& ids, ObjectId id) {
     return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
+// A hash of the name's characters in upper case, as names compare without
+// regard to case. Folded a piece at a time on the stack: no allocation.
+UINT32 NameKey(const std::wstring& name) {
+    UINT32 hash = 2166136261u;  // FNV-1a
+    wchar_t piece[64];
+    for (size_t at = 0; at < name.size(); at += ARRAYSIZE(piece)) {
+        const size_t count = std::min(name.size() - at, ARRAYSIZE(piece));
+        std::copy_n(name.data() + at, count, piece);
+        CharUpperBuffW(piece, static_cast<DWORD>(count));
+        for (size_t character = 0; character < count; ++character) {
+            hash = (hash ^ piece[character]) * 16777619u;
+        }
+    }
+    return hash;
+}
+
+UINT32 IdKey(ObjectId id) { return static_cast<UINT32>(id); }
+
+// The slot to start probing at: the key scrambled over the table's size, a
+// power of two.
+size_t HomeSlot(UINT32 key, size_t slots) { return (key * 2654435769u) & (slots - 1); }
+
 }  // namespace
+
+TypeName::TypeName(const std::wstring& text) {
+    // Every type name ever used, for the life of the process: a handful.
+    static SRWLOCK lock = SRWLOCK_INIT;
+    static std::unordered_set<std::wstring> names;
+    AcquireSRWLockExclusive(&lock);
+    text_ = &*names.insert(text).first;
+    ReleaseSRWLockExclusive(&lock);
+}
 
 ObjectId NextObjectId() {
     static volatile LONG64 last = 0;
@@ -37,55 +75,89 @@ Node* Cluster::FindNode(const std::wstring& name) { return FindByName(nodes, nam
 Node* Cluster::FindNode(ObjectId id) { return FindById(nodes, id); }
 Group* Cluster::FindGroup(const std::wstring& name) { return FindByName(groups, name); }
 Group* Cluster::FindGroup(ObjectId id) { return FindById(groups, id); }
-namespace {
 
-// The key under which a name is indexed: its characters in upper case, as
-// names are compared without regard to case.
-std::wstring FoldedName(const std::wstring& name) {
-    std::wstring folded = name;
-    if (!folded.empty()) CharUpperBuffW(&folded[0], static_cast<DWORD>(folded.size()));
-    return folded;
+void ResourceIndex::Forget() {
+    byName_.clear();
+    byId_.clear();
+    entries_.clear();
+    names_.clear();
 }
 
-void RebuildIndex(std::vector<Resource>& resources, Cluster::ResourceIndex& index) {
-    index.byName.clear();
-    index.byId.clear();
-    for (size_t position = 0; position < resources.size(); ++position) {
-        index.byName.emplace(FoldedName(resources[position].name), position);
-        index.byId.emplace(resources[position].id, position);
+void ResourceIndex::Add(const Resource& resource) {
+    const UINT32 position = static_cast<UINT32>(entries_.size());
+    entries_.push_back(Entry{resource.id, static_cast<UINT32>(names_.size()), static_cast<UINT32>(resource.name.size())});
+    names_ += resource.name;
+    const auto insert = [&](Table& table, UINT32 key) {
+        size_t slot = HomeSlot(key, table.size());
+        while (table[slot].position != 0) slot = (slot + 1) & (table.size() - 1);
+        table[slot] = Slot{key, position + 1};
+    };
+    insert(byName_, NameKey(resource.name));
+    insert(byId_, IdKey(resource.id));
+}
+
+// Indexes the resources added at the end of the list since the last look;
+// starts over when the list has shrunk or the tables would be more than
+// half full.
+void ResourceIndex::CatchUp(const std::vector<Resource>& resources) {
+    if (byName_.empty() || entries_.size() > resources.size() || resources.size() * 2 > byName_.size()) {
+        size_t slots = 16;
+        while (slots < resources.size() * 2) slots *= 2;
+        Forget();
+        byName_.assign(slots, Slot{0, 0});
+        byId_.assign(slots, Slot{0, 0});
     }
-    index.builtFor = resources.data();
-    index.builtSize = resources.size();
+    for (size_t position = entries_.size(); position < resources.size(); ++position) Add(resources[position]);
 }
 
-// Looks `key` up in the index and checks the answer against the list; an
-// index that no longer matches the list is rebuilt and asked once more.
-template <class Key, class Map, class Matches>
-Resource* FindIndexed(std::vector<Resource>& resources, Cluster::ResourceIndex& index, const Key& key,
-                      Map Cluster::ResourceIndex::*map, Matches matches) {
+// Probes `table` for `key`, taking the first resource whose entry `matches`.
+// A position whose resource is no longer the one indexed there has the index
+// start over and asked once more.
+template <class Matches>
+Resource* ResourceIndex::Lookup(std::vector<Resource>& resources, Table ResourceIndex::*table, UINT32 key,
+                                Matches matches) {
     for (int attempt = 0; attempt < 2; ++attempt) {
-        const bool current = index.builtFor == resources.data() && index.builtSize == resources.size();
-        if (!current || attempt == 1) RebuildIndex(resources, index);
-        auto found = (index.*map).find(key);
-        if (found != (index.*map).end() && found->second < resources.size() &&
-            matches(resources[found->second]))
-            return &resources[found->second];
-        if (!current) return nullptr;  // freshly built: the answer stands
+        CatchUp(resources);
+        const Table& slots = this->*table;
+        bool moved = false;
+        for (size_t slot = HomeSlot(key, slots.size()); slots[slot].position != 0 && !moved;
+             slot = (slot + 1) & (slots.size() - 1)) {
+            if (slots[slot].key != key) continue;
+            const size_t position = slots[slot].position - 1;
+            moved = resources[position].id != entries_[position].id;
+            if (!moved && matches(entries_[position])) return &resources[position];
+        }
+        if (!moved) return nullptr;
+        Forget();
     }
     return nullptr;
 }
 
-}  // namespace
-
-Resource* Cluster::FindResource(const std::wstring& name) {
-    return FindIndexed(resources, resourceIndex, FoldedName(name), &ResourceIndex::byName,
-                       [&](const Resource& resource) { return SameName(resource.name, name); });
+Resource* ResourceIndex::Find(std::vector<Resource>& resources, const std::wstring& name) {
+    return Lookup(resources, &ResourceIndex::byName_, NameKey(name), [&](const Entry& entry) {
+        return SameName(names_.data() + entry.nameStart, entry.nameLength, name);
+    });
 }
 
-Resource* Cluster::FindResource(ObjectId id) {
-    return FindIndexed(resources, resourceIndex, id, &ResourceIndex::byId,
-                       [&](const Resource& resource) { return resource.id == id; });
+Resource* ResourceIndex::Find(std::vector<Resource>& resources, ObjectId id) {
+    return Lookup(resources, &ResourceIndex::byId_, IdKey(id), [&](const Entry& entry) { return entry.id == id; });
 }
+
+Resource* Cluster::FindResource(const std::wstring& name) { return resourceIndex.Find(resources, name); }
+Resource* Cluster::FindResource(ObjectId id) { return resourceIndex.Find(resources, id); }
+
+void Cluster::RenameResource(Resource& resource, const std::wstring& name) {
+    resource.name = name;
+    resourceIndex.Forget();
+}
+
+void Cluster::RemoveResource(ObjectId id) {
+    EraseId(resources, id);
+    resourceIndex.Forget();
+}
+
+void Cluster::RemoveGroup(ObjectId id) { EraseId(groups, id); }
+
 Network* Cluster::FindNetwork(const std::wstring& name) { return FindByName(networks, name); }
 Network* Cluster::FindNetwork(ObjectId id) { return FindById(networks, id); }
 

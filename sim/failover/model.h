@@ -4,7 +4,6 @@
 
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "orvcluster/cluster_api.h"
@@ -68,10 +67,22 @@ struct Transition {
     CLUSTER_RESOURCE_STATE finalState;
 };
 
+// A resource type's name, kept once however many resources have the type,
+// so that reading the types of many resources touches a few shared strings.
+class TypeName {
+public:
+    TypeName() : TypeName(std::wstring()) {}
+    TypeName(const std::wstring& text);  // NOLINT: assigned from text wherever a type is named
+    const std::wstring& Text() const { return *text_; }
+
+private:
+    const std::wstring* text_;
+};
+
 struct Resource {
     ObjectId id = NextObjectId();
     std::wstring name;
-    std::wstring type;
+    TypeName type;
     ObjectId group = 0;
     DWORD resourceClass = CLUS_RESCLASS_UNKNOWN;
     DWORD subClass = 0;
@@ -126,6 +137,46 @@ struct Quorum {
     DWORD maximumLogSize = 0x400000;
 };
 
+// Where each resource stands in a cluster's list, found by name (without
+// regard to case) or by id. Looking a resource up touches only the index's
+// own compact tables and the resource's record, never the names scattered
+// over the heap, so that it does not cost more as the cluster grows: two
+// open-addressing tables of 32-bit keys and positions, and every name once
+// more, one after the other.
+//
+// The index follows the list by itself as resources are added at its end,
+// and starts over when it finds a resource moved. Renaming or removing a
+// resource goes through the cluster, which has the index Forget().
+class ResourceIndex {
+public:
+    Resource* Find(std::vector<Resource>& resources, const std::wstring& name);
+    Resource* Find(std::vector<Resource>& resources, ObjectId id);
+    void Forget();
+
+private:
+    struct Slot {
+        UINT32 key;       // a hash of the folded name, or the id's low half
+        UINT32 position;  // in the list, plus one; 0 marks an empty slot
+    };
+    using Table = std::vector<Slot>;
+    // What the index took from the resource at a position.
+    struct Entry {
+        ObjectId id;
+        UINT32 nameStart;  // in names_
+        UINT32 nameLength;
+    };
+
+    template <class Matches>
+    Resource* Lookup(std::vector<Resource>& resources, Table ResourceIndex::*table, UINT32 key, Matches matches);
+    void CatchUp(const std::vector<Resource>& resources);
+    void Add(const Resource& resource);
+
+    Table byName_;
+    Table byId_;
+    std::vector<Entry> entries_;  // by position in the list
+    std::wstring names_;
+};
+
 struct Cluster {
     bool present = false;   // false: no cluster at all on this machine or network
     bool installed = true;  // the cluster service is installed on this machine
@@ -144,16 +195,7 @@ struct Cluster {
     std::vector<Resource> resources;
     ObjectId localNode = 0;
 
-    // Where each resource stands in `resources`, by folded name and by id, so
-    // that an inventory of a large cluster does not walk the list per name.
-    // Rebuilt when the list has changed under it.
-    struct ResourceIndex {
-        std::unordered_map<std::wstring, size_t> byName;
-        std::unordered_map<ObjectId, size_t> byId;
-        const Resource* builtFor = nullptr;
-        size_t builtSize = 0;
-    };
-    ResourceIndex resourceIndex;
+    ResourceIndex resourceIndex;  // over `resources`
 
     Node* FindNode(const std::wstring& name);
     Node* FindNode(ObjectId id);
@@ -161,6 +203,9 @@ struct Cluster {
     Group* FindGroup(ObjectId id);
     Resource* FindResource(const std::wstring& name);
     Resource* FindResource(ObjectId id);
+    void RenameResource(Resource& resource, const std::wstring& name);
+    void RemoveResource(ObjectId id);
+    void RemoveGroup(ObjectId id);
     Network* FindNetwork(const std::wstring& name);
     Network* FindNetwork(ObjectId id);
     const ResourceType* FindType(const std::wstring& name) const;

@@ -472,8 +472,8 @@ private:
         const std::string& where = fields.Where();
 
         resource.type = fields.RequiredString("type");
-        const ResourceType* type = cluster_.FindType(resource.type);
-        if (!type) Fail(where + " names unknown resource type " + Quote(resource.type));
+        const ResourceType* type = cluster_.FindType(resource.type.Text());
+        if (!type) Fail(where + " names unknown resource type " + Quote(resource.type.Text()));
         resource.resourceClass = type->resourceClass;
         resource.subClass = type->subClass;
         ReadClass(fields, resource.resourceClass, resource.subClass);
@@ -669,7 +669,7 @@ Json WriteDisk(const Disk& disk) {
 Json WriteResource(Cluster& cluster, Resource& resource) {
     Json json;
     json["name"] = Narrow(resource.name);
-    json["type"] = Narrow(resource.type);
+    json["type"] = Narrow(resource.type.Text());
     json["class"] = WriteNamed(resource.resourceClass, kClasses);
     json["subClass"] = resource.subClass;
     json["group"] = Narrow(cluster.FindGroup(resource.group)->name);

@@ -4,9 +4,9 @@
 
 namespace simcluster {
 
-bool SameName(const std::wstring& a, const std::wstring& b) {
-    return a.size() == b.size() && CompareStringOrdinal(a.c_str(), static_cast<int>(a.size()), b.c_str(),
-                                                        static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
+bool SameName(const wchar_t* a, size_t aLength, const std::wstring& b) {
+    return aLength == b.size() &&
+           CompareStringOrdinal(a, static_cast<int>(aLength), b.data(), static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
 bool StartsWithName(const std::wstring& text, const std::wstring& prefix) {

@@ -8,7 +8,8 @@ namespace simcluster {
 
 // Cluster object names, node names and registry paths compare without regard
 // to case, ordinally (no locale).
-bool SameName(const std::wstring& a, const std::wstring& b);
+bool SameName(const wchar_t* a, size_t aLength, const std::wstring& b);
+inline bool SameName(const std::wstring& a, const std::wstring& b) { return SameName(a.data(), a.size(), b); }
 bool StartsWithName(const std::wstring& text, const std::wstring& prefix);
 
 std::wstring Widen(const std::string& utf8);

@@ -165,6 +165,26 @@ TEST_F(ControlCode, SettingPropertiesMergesAListAndAnOnlineResourceKeepsThemForI
     EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), result);
 }
 
+TEST_F(ControlCode, ARenamedResourceAnswersToItsNewNameOnly) {
+    Owned<HRESOURCE> before = Resource(L"Orvane Job Engine");
+    std::vector<BYTE> rename = ListBuilder().Text(L"Name", L"Orvane Job Engine (old)").Bytes();
+    DWORD result = 0;
+    ResourceControl(L"orvane job engine", CLUSCTL_RESOURCE_SET_COMMON_PROPERTIES, rename.data(),
+                    static_cast<DWORD>(rename.size()), &result);
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), result);
+
+    EXPECT_EQ(nullptr, Sim().OpenClusterResource(cluster_.get(), L"Orvane Job Engine"));
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), GetLastError());
+    EXPECT_TRUE(Resource(L"ORVANE JOB ENGINE (OLD)"));
+    // A handle opened under the old name follows the resource.
+    EXPECT_EQ(ClusterResourceOnline, Sim().GetClusterResourceState(before.get(), nullptr, nullptr, nullptr, nullptr));
+    // Taking another resource's name is refused.
+    std::vector<BYTE> taken = ListBuilder().Text(L"Name", L"orvane tape engine").Bytes();
+    ResourceControl(L"Orvane Job Engine (old)", CLUSCTL_RESOURCE_SET_COMMON_PROPERTIES, taken.data(),
+                    static_cast<DWORD>(taken.size()), &result);
+    EXPECT_EQ(DWORD(ERROR_OBJECT_ALREADY_EXISTS), result);
+}
+
 TEST_F(ControlCode, RegistryCheckpointsAreAddedOnceListedAndDeleted) {
     auto send = [&](DWORD code, const std::wstring& key) {
         DWORD result = 0;

@@ -46,6 +46,24 @@ TEST_F(Provisioning, CreatedGroupAndResourceCanBeUsedAndDeletedAgain) {
     EXPECT_EQ(DWORD(ERROR_GROUP_NOT_FOUND), GetLastError());
 }
 
+TEST_F(Provisioning, AResourceCreatedInTheSlotOfADeletedOneIsFoundAndTheOldOneIsNot) {
+    const size_t count = ClusterNames(CLUSTER_ENUM_RESOURCE).size();
+    ASSERT_TRUE(SimCluster_SetResourceState(L"Orvane Tape Engine", ClusterResourceOffline));
+    Owned<HRESOURCE> tape = Resource(L"Orvane Tape Engine");
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterResource(tape.get()));
+    Owned<HGROUP> group = Group(L"Orvane Group");
+    Owned<HRESOURCE> replacement(Sim().CreateClusterResource(group.get(), L"Orvane Tape Engine 2", L"Generic Service", 0));
+    ASSERT_TRUE(replacement);
+    EXPECT_EQ(count, ClusterNames(CLUSTER_ENUM_RESOURCE).size());
+
+    EXPECT_TRUE(Resource(L"orvane tape engine 2"));
+    EXPECT_EQ(nullptr, Sim().OpenClusterResource(cluster_.get(), L"Orvane Tape Engine"));
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), GetLastError());
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), Sim().OnlineClusterResource(tape.get()));
+    // Every other resource is still found by name, as before.
+    for (const std::wstring& name : ClusterNames(CLUSTER_ENUM_RESOURCE)) EXPECT_TRUE(Resource(name.c_str())) << Utf8(name);
+}
+
 TEST_F(Provisioning, DependenciesFollowTheDocumentedRules) {
     Owned<HRESOURCE> job = Resource(L"Orvane Job Engine");
     Owned<HRESOURCE> name = Resource(L"Orvane Server Name");
