@@ -471,9 +471,10 @@ private:
                 resource);
         const std::string& where = fields.Where();
 
-        resource.type = fields.RequiredString("type");
-        const ResourceType* type = cluster_.FindType(resource.type.Text());
-        if (!type) Fail(where + " names unknown resource type " + Quote(resource.type.Text()));
+        const std::wstring typeName = fields.RequiredString("type");
+        const ResourceType* type = cluster_.FindType(typeName);
+        if (!type) Fail(where + " names unknown resource type " + Quote(typeName));
+        resource.type = type->name;
         resource.resourceClass = type->resourceClass;
         resource.subClass = type->subClass;
         ReadClass(fields, resource.resourceClass, resource.subClass);
