@@ -29,12 +29,6 @@ const Api& Sim() {
     return api;
 }
 
-std::string Utf8(const std::wstring& text) {
-    std::string utf8;
-    for (wchar_t c : text) utf8 += c < 128 ? static_cast<char>(c) : '?';
-    return utf8;
-}
-
 std::vector<std::string> ListOf(const std::string& list) {
     std::vector<std::string> names;
     std::stringstream stream(list);

@@ -15,6 +15,7 @@
 #include "entry_points.h"
 #include "orvcluster/cluster_api.h"
 #include "simclock.h"
+#include "harness/utf8.h"
 #include "harness/wine_paths.h"
 #include "simcluster.h"
 
@@ -42,7 +43,7 @@ struct HandleCloser {
 template <class H>
 using Owned = std::unique_ptr<std::remove_pointer_t<H>, HandleCloser>;
 
-std::string Utf8(const std::wstring& text);
+using orvtest::Utf8;
 
 // The names of a comma-separated list.
 std::vector<std::string> ListOf(const std::string& list);

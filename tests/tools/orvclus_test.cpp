@@ -14,6 +14,7 @@
 
 #include "harness/scratch_files.h"
 #include "harness/test_services.h"
+#include "harness/utf8.h"
 #include "harness/wine_paths.h"
 #include "orvcluster.h"
 #include "support/unique_handle.h"
@@ -21,6 +22,7 @@
 namespace {
 
 using orv::UniqueKernelHandle;
+using orvtest::Utf8;
 
 struct Outcome {
     DWORD exitCode = STILL_ACTIVE;
@@ -95,14 +97,6 @@ Outcome RunOrvclus(const std::wstring& arguments, const std::wstring& scenario =
     }
     GetExitCodeProcess(process.Get(), &run.exitCode);
     return run;
-}
-
-std::string Utf8(const std::wstring& text) {
-    int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
-    std::string utf8(bytes > 0 ? bytes : 1, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, &utf8[0], bytes, nullptr, nullptr);
-    utf8.resize(utf8.size() - 1);
-    return utf8;
 }
 
 std::vector<std::string> Lines(const std::string& text) {
