@@ -111,36 +111,24 @@ void ResourceIndex::CatchUp(const std::vector<Resource>& resources) {
 }
 
 // Probes `table` for `key`, taking the first resource whose entry `matches`.
-// A position whose resource is no longer the one indexed there has the index
-// start over and asked once more.
 template <class Matches>
-Resource* ResourceIndex::Lookup(std::vector<Resource>& resources, Table ResourceIndex::*table, UINT32 key,
-                                Matches matches) {
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        CatchUp(resources);
-        const Table& slots = this->*table;
-        bool moved = false;
-        for (size_t slot = HomeSlot(key, slots.size()); slots[slot].position != 0 && !moved;
-             slot = (slot + 1) & (slots.size() - 1)) {
-            if (slots[slot].key != key) continue;
-            const size_t position = slots[slot].position - 1;
-            moved = resources[position].id != entries_[position].id;
-            if (!moved && matches(entries_[position])) return &resources[position];
-        }
-        if (!moved) return nullptr;
-        Forget();
+Resource* ResourceIndex::Lookup(std::vector<Resource>& resources, const Table& table, UINT32 key, Matches matches) {
+    CatchUp(resources);
+    for (size_t slot = HomeSlot(key, table.size()); table[slot].position != 0; slot = (slot + 1) & (table.size() - 1)) {
+        const size_t position = table[slot].position - 1;
+        if (table[slot].key == key && matches(entries_[position])) return &resources[position];
     }
     return nullptr;
 }
 
 Resource* ResourceIndex::Find(std::vector<Resource>& resources, const std::wstring& name) {
-    return Lookup(resources, &ResourceIndex::byName_, NameKey(name), [&](const Entry& entry) {
+    return Lookup(resources, byName_, NameKey(name), [&](const Entry& entry) {
         return SameName(names_.data() + entry.nameStart, entry.nameLength, name);
     });
 }
 
 Resource* ResourceIndex::Find(std::vector<Resource>& resources, ObjectId id) {
-    return Lookup(resources, &ResourceIndex::byId_, IdKey(id), [&](const Entry& entry) { return entry.id == id; });
+    return Lookup(resources, byId_, IdKey(id), [&](const Entry& entry) { return entry.id == id; });
 }
 
 Resource* Cluster::FindResource(const std::wstring& name) { return resourceIndex.Find(resources, name); }

@@ -144,9 +144,9 @@ struct Quorum {
 // open-addressing tables of 32-bit keys and positions, and every name once
 // more, one after the other.
 //
-// The index follows the list by itself as resources are added at its end,
-// and starts over when it finds a resource moved. Renaming or removing a
-// resource goes through the cluster, which has the index Forget().
+// The index follows the list by itself as resources are added at its end.
+// Renaming or removing a resource goes through the cluster, which has the
+// index Forget().
 class ResourceIndex {
 public:
     Resource* Find(std::vector<Resource>& resources, const std::wstring& name);
@@ -167,7 +167,7 @@ private:
     };
 
     template <class Matches>
-    Resource* Lookup(std::vector<Resource>& resources, Table ResourceIndex::*table, UINT32 key, Matches matches);
+    Resource* Lookup(std::vector<Resource>& resources, const Table& table, UINT32 key, Matches matches);
     void CatchUp(const std::vector<Resource>& resources);
     void Add(const Resource& resource);
 
