@@ -40,6 +40,8 @@ public:
     const void* Data() const { return buffer_; }
     void* Data() { return buffer_; }
     DWORD Size() const { return static_cast<DWORD>(used_); }
+    // The size of the block behind Data(); never less than Size().
+    unsigned long long Capacity() const { return capacity_; }
 
 private:
     unsigned char* Reserve(unsigned long long bytes);

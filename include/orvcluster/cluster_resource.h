@@ -32,7 +32,10 @@ typedef boost::shared_ptr<const std::list<boost::shared_ptr<MSCSPartitionInfo>>>
 
 // One failover cluster resource. The object owns its handle and closes it
 // when it goes. Failures answer false with the reason in the thread's last
-// error (14 when a cluster library is missing); string outputs are cleared.
+// error, and string outputs are cleared. Where clusapi.dll is missing that
+// reason is the binding's 127, except for GetGroupName and GetNodeName: the
+// state query then answers "unknown" without a reason, and the last error is
+// left as it was.
 class ORVCLUSTER_API ClusterResource {
 public:
     explicit ClusterResource(const std::wstring& name);

@@ -3,6 +3,7 @@
 #include "orvcluster/cluster_api.h"
 #include "orvcluster/export.h"
 #include "orvcluster/singleton.h"
+#include "orvcluster/unique_handle.h"
 
 // The one door to the failover cluster API. clusapi.dll is loaded by name
 // once per process; a wrapper whose entry point is missing answers a fixed
@@ -81,48 +82,9 @@ private:
     MSCSClusterGlue();
     ~MSCSClusterGlue();
 
-    HMODULE module_ = nullptr;
-    // One pointer per entry point, in lookup order; null when not found.
-    AddClusterResourceDependencyFunction addClusterResourceDependency_ = nullptr;
-    AddClusterResourceNodeFunction addClusterResourceNode_ = nullptr;
-    BackupClusterDatabaseFunction backupClusterDatabase_ = nullptr;
-    ChangeClusterResourceGroupFunction changeClusterResourceGroup_ = nullptr;
-    CloseClusterFunction closeCluster_ = nullptr;
-    CloseClusterGroupFunction closeClusterGroup_ = nullptr;
-    CloseClusterNetworkFunction closeClusterNetwork_ = nullptr;
-    CloseClusterNodeFunction closeClusterNode_ = nullptr;
-    CloseClusterResourceFunction closeClusterResource_ = nullptr;
-    ClusterCloseEnumFunction clusterCloseEnum_ = nullptr;
-    ClusterControlFunction clusterControl_ = nullptr;
-    ClusterEnumFunction clusterEnum_ = nullptr;
-    ClusterGroupCloseEnumFunction clusterGroupCloseEnum_ = nullptr;
-    ClusterGroupEnumFunction clusterGroupEnum_ = nullptr;
-    ClusterGroupOpenEnumFunction clusterGroupOpenEnum_ = nullptr;
-    ClusterNetworkControlFunction clusterNetworkControl_ = nullptr;
-    ClusterOpenEnumFunction clusterOpenEnum_ = nullptr;
-    ClusterResourceCloseEnumFunction clusterResourceCloseEnum_ = nullptr;
-    ClusterResourceControlFunction clusterResourceControl_ = nullptr;
-    ClusterResourceEnumFunction clusterResourceEnum_ = nullptr;
-    ClusterResourceOpenEnumFunction clusterResourceOpenEnum_ = nullptr;
-    CreateClusterGroupFunction createClusterGroup_ = nullptr;
-    CreateClusterResourceFunction createClusterResource_ = nullptr;
-    DeleteClusterGroupFunction deleteClusterGroup_ = nullptr;
-    DeleteClusterResourceFunction deleteClusterResource_ = nullptr;
-    GetClusterGroupStateFunction getClusterGroupState_ = nullptr;
-    GetClusterInformationFunction getClusterInformation_ = nullptr;
-    GetClusterQuorumResourceFunction getClusterQuorumResource_ = nullptr;
-    GetClusterResourceNetworkNameFunction getClusterResourceNetworkName_ = nullptr;
-    GetClusterResourceStateFunction getClusterResourceState_ = nullptr;
-    GetNodeClusterStateFunction getNodeClusterState_ = nullptr;
-    OfflineClusterResourceFunction offlineClusterResource_ = nullptr;
-    OnlineClusterGroupFunction onlineClusterGroup_ = nullptr;
-    OnlineClusterResourceFunction onlineClusterResource_ = nullptr;
-    OpenClusterFunction openCluster_ = nullptr;
-    OpenClusterGroupFunction openClusterGroup_ = nullptr;
-    OpenClusterNetworkFunction openClusterNetwork_ = nullptr;
-    OpenClusterNodeFunction openClusterNode_ = nullptr;
-    OpenClusterResourceFunction openClusterResource_ = nullptr;
-    RemoveClusterResourceDependencyFunction removeClusterResourceDependency_ = nullptr;
-    RemoveClusterResourceNodeFunction removeClusterResourceNode_ = nullptr;
-    RestoreClusterDatabaseFunction restoreClusterDatabase_ = nullptr;
+    static constexpr size_t kEntryPoints = 42;
+
+    orv::UniqueModule module_;
+    // One address per entry point, in lookup order; null when not found.
+    FARPROC entryPoints_[kEntryPoints] = {};
 };

@@ -3,6 +3,7 @@
 #include "orvcluster/cluster_api.h"
 #include "orvcluster/export.h"
 #include "orvcluster/singleton.h"
+#include "orvcluster/unique_handle.h"
 
 // The failover cluster's resource utility library, resutils.dll, loaded by
 // name once per process. A wrapper whose entry point is missing answers a
@@ -34,12 +35,9 @@ private:
     ResourceGlue();
     ~ResourceGlue();
 
-    HMODULE module_ = nullptr;
-    ResUtilFindSzPropertyFunction resUtilFindSzProperty_ = nullptr;
-    ResUtilFindDwordPropertyFunction resUtilFindDwordProperty_ = nullptr;
-    ClusterIsPathOnSharedVolumeFunction clusterIsPathOnSharedVolume_ = nullptr;
-    ClusterGetVolumePathNameFunction clusterGetVolumePathName_ = nullptr;
-    ClusterGetVolumeNameForVolumeMountPointFunction clusterGetVolumeNameForVolumeMountPoint_ = nullptr;
-    ClusterPrepareSharedVolumeForBackupFunction clusterPrepareSharedVolumeForBackup_ = nullptr;
-    ClusterClearBackupStateForSharedVolumeFunction clusterClearBackupStateForSharedVolume_ = nullptr;
+    static constexpr size_t kEntryPoints = 7;
+
+    orv::UniqueModule module_;
+    // One address per entry point, in lookup order; null when not found.
+    FARPROC entryPoints_[kEntryPoints] = {};
 };

@@ -4,15 +4,64 @@
 
 #include "orvcluster/mscs_cluster_glue.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "bindings/library_binding.h"
 #include "host/clock.h"
-#include "support/unique_handle.h"
-
-using orv::kMissingEntryPoint;
-using orv::MissingOpenFailed;
-using orv::MissingWithLastError;
+#include "orvcluster/unique_handle.h"
 
 namespace {
+
+// clusapi.dll's entry points in lookup order, each with what its wrapper
+// answers when it is missing. GetClusterInformation and ClusterGroupEnum
+// answer 0, ERROR_SUCCESS, after SetLastError(127): deliberately, and unlike
+// the other enumerators.
+#define CLUSAPI_ENTRY_POINTS(X)                                                 \
+    X(AddClusterResourceDependency, OpenFailedWithLastError)                \
+    X(AddClusterResourceNode, OpenFailedWithLastError)                      \
+    X(BackupClusterDatabase, Code127)                                       \
+    X(ChangeClusterResourceGroup, OpenFailedWithLastError)                  \
+    X(CloseCluster, NullWithLastError)                                      \
+    X(CloseClusterGroup, NullWithLastError)                                 \
+    X(CloseClusterNetwork, NullWithLastError)                               \
+    X(CloseClusterNode, NullWithLastError)                                  \
+    X(CloseClusterResource, NullWithLastError)                              \
+    X(ClusterCloseEnum, Code127)                                            \
+    X(ClusterControl, Code127)                                              \
+    X(ClusterEnum, Code127)                                                 \
+    X(ClusterGroupCloseEnum, Code127)                                       \
+    X(ClusterGroupEnum, NullWithLastError)                                  \
+    X(ClusterGroupOpenEnum, NullWithLastError)                              \
+    X(ClusterNetworkControl, OpenFailedWithLastError)                       \
+    X(ClusterOpenEnum, NullWithLastError)                                   \
+    X(ClusterResourceCloseEnum, Code127)                                    \
+    X(ClusterResourceControl, Code127)                                      \
+    X(ClusterResourceEnum, Code127)                                         \
+    X(ClusterResourceOpenEnum, NullWithLastError)                           \
+    X(CreateClusterGroup, NullWithLastError)                                \
+    X(CreateClusterResource, NullWithLastError)                             \
+    X(DeleteClusterGroup, OpenFailedWithLastError)                          \
+    X(DeleteClusterResource, OpenFailedWithLastError)                       \
+    X(GetClusterGroupState, UnknownStateWithLastError)                      \
+    X(GetClusterInformation, NullWithLastError)                             \
+    X(GetClusterQuorumResource, Code127)                                    \
+    X(GetClusterResourceNetworkName, NullWithLastError)                     \
+    X(GetClusterResourceState, UnknownState)                                \
+    X(GetNodeClusterState, Code127)                                         \
+    X(OfflineClusterResource, Code127)                                      \
+    X(OnlineClusterGroup, OpenFailedWithLastError)                          \
+    X(OnlineClusterResource, Code127)                                       \
+    X(OpenCluster, NullWithLastError)                                       \
+    X(OpenClusterGroup, NullWithLastError)                                  \
+    X(OpenClusterNetwork, NullWithLastError)                                \
+    X(OpenClusterNode, NullWithLastError)                                   \
+    X(OpenClusterResource, NullWithLastError)                               \
+    X(RemoveClusterResourceDependency, OpenFailedWithLastError)             \
+    X(RemoveClusterResourceNode, OpenFailedWithLastError)                   \
+    X(RestoreClusterDatabase, Code127)
+
+ORV_BINDING_TABLE(CLUSAPI_ENTRY_POINTS)
 
 constexpr DWORD kStopPollMilliseconds = 5000;
 constexpr DWORD kStopLimitMilliseconds = 600000;
@@ -61,289 +110,203 @@ orvclass::shared_ptr<MSCSClusterGlue> MSCSClusterGlue::GetInstance() {
 }
 
 MSCSClusterGlue::MSCSClusterGlue() {
-    module_ = orv::BindLibrary(
-        L"clusapi.dll",
-        {
-            {"AddClusterResourceDependency", &addClusterResourceDependency_},
-            {"AddClusterResourceNode", &addClusterResourceNode_},
-            {"BackupClusterDatabase", &backupClusterDatabase_},
-            {"ChangeClusterResourceGroup", &changeClusterResourceGroup_},
-            {"CloseCluster", &closeCluster_},
-            {"CloseClusterGroup", &closeClusterGroup_},
-            {"CloseClusterNetwork", &closeClusterNetwork_},
-            {"CloseClusterNode", &closeClusterNode_},
-            {"CloseClusterResource", &closeClusterResource_},
-            {"ClusterCloseEnum", &clusterCloseEnum_},
-            {"ClusterControl", &clusterControl_},
-            {"ClusterEnum", &clusterEnum_},
-            {"ClusterGroupCloseEnum", &clusterGroupCloseEnum_},
-            {"ClusterGroupEnum", &clusterGroupEnum_},
-            {"ClusterGroupOpenEnum", &clusterGroupOpenEnum_},
-            {"ClusterNetworkControl", &clusterNetworkControl_},
-            {"ClusterOpenEnum", &clusterOpenEnum_},
-            {"ClusterResourceCloseEnum", &clusterResourceCloseEnum_},
-            {"ClusterResourceControl", &clusterResourceControl_},
-            {"ClusterResourceEnum", &clusterResourceEnum_},
-            {"ClusterResourceOpenEnum", &clusterResourceOpenEnum_},
-            {"CreateClusterGroup", &createClusterGroup_},
-            {"CreateClusterResource", &createClusterResource_},
-            {"DeleteClusterGroup", &deleteClusterGroup_},
-            {"DeleteClusterResource", &deleteClusterResource_},
-            {"GetClusterGroupState", &getClusterGroupState_},
-            {"GetClusterInformation", &getClusterInformation_},
-            {"GetClusterQuorumResource", &getClusterQuorumResource_},
-            {"GetClusterResourceNetworkName", &getClusterResourceNetworkName_},
-            {"GetClusterResourceState", &getClusterResourceState_},
-            {"GetNodeClusterState", &getNodeClusterState_},
-            {"OfflineClusterResource", &offlineClusterResource_},
-            {"OnlineClusterGroup", &onlineClusterGroup_},
-            {"OnlineClusterResource", &onlineClusterResource_},
-            {"OpenCluster", &openCluster_},
-            {"OpenClusterGroup", &openClusterGroup_},
-            {"OpenClusterNetwork", &openClusterNetwork_},
-            {"OpenClusterNode", &openClusterNode_},
-            {"OpenClusterResource", &openClusterResource_},
-            {"RemoveClusterResourceDependency", &removeClusterResourceDependency_},
-            {"RemoveClusterResourceNode", &removeClusterResourceNode_},
-            {"RestoreClusterDatabase", &restoreClusterDatabase_},
-        });
+    static_assert(kEntryPointCount == kEntryPoints, "one address per entry point");
+    module_.Reset(orv::BindLibrary(L"clusapi.dll", kNames, entryPoints_, kEntryPoints));
 }
 
-MSCSClusterGlue::~MSCSClusterGlue() {
-    if (module_) FreeLibrary(module_);
-}
+MSCSClusterGlue::~MSCSClusterGlue() = default;
 
 bool MSCSClusterGlue::OK() const {
-    return addClusterResourceDependency_ && addClusterResourceNode_ && backupClusterDatabase_ &&
-           changeClusterResourceGroup_ && closeCluster_ && closeClusterGroup_ &&
-           closeClusterNetwork_ && closeClusterNode_ && closeClusterResource_ && clusterCloseEnum_ &&
-           clusterControl_ && clusterEnum_ && clusterGroupCloseEnum_ && clusterGroupEnum_ &&
-           clusterGroupOpenEnum_ && clusterNetworkControl_ && clusterOpenEnum_ &&
-           clusterResourceCloseEnum_ && clusterResourceControl_ && clusterResourceEnum_ &&
-           clusterResourceOpenEnum_ && createClusterGroup_ && createClusterResource_ &&
-           deleteClusterGroup_ && deleteClusterResource_ && getClusterGroupState_ &&
-           getClusterInformation_ && getClusterQuorumResource_ && getClusterResourceNetworkName_ &&
-           getClusterResourceState_ && getNodeClusterState_ && offlineClusterResource_ &&
-           onlineClusterGroup_ && onlineClusterResource_ && openCluster_ && openClusterGroup_ &&
-           openClusterNetwork_ && openClusterNode_ && openClusterResource_ &&
-           removeClusterResourceDependency_ && removeClusterResourceNode_ && restoreClusterDatabase_;
+    return std::all_of(std::begin(entryPoints_), std::end(entryPoints_), [](FARPROC entry) { return entry; });
 }
 
 bool MSCSClusterGlue::BackupAndRestoreSupported() const {
-    return backupClusterDatabase_ && restoreClusterDatabase_;
+    return entryPoints_[kBackupClusterDatabase] && entryPoints_[kRestoreClusterDatabase];
 }
 
 HCLUSTER MSCSClusterGlue::OpenCluster(const wchar_t* name) {
-    return openCluster_ ? openCluster_(name) : MissingWithLastError<HCLUSTER>();
+    return Forward<kOpenCluster>(entryPoints_, name);
 }
 
 BOOL MSCSClusterGlue::CloseCluster(HCLUSTER cluster) {
-    return closeCluster_ ? closeCluster_(cluster) : MissingWithLastError<BOOL>();
+    return Forward<kCloseCluster>(entryPoints_, cluster);
 }
 
 DWORD MSCSClusterGlue::GetClusterInformation(HCLUSTER cluster, wchar_t* name, DWORD* length,
                                              CLUSTERVERSIONINFO* version) {
-    // Deliberately ERROR_SUCCESS when missing; callers check the last error.
-    return getClusterInformation_ ? getClusterInformation_(cluster, name, length, version)
-                                  : MissingWithLastError<DWORD>();
+    return Forward<kGetClusterInformation>(entryPoints_, cluster, name, length, version);
 }
 
 HCLUSENUM MSCSClusterGlue::ClusterOpenEnum(HCLUSTER cluster, DWORD type) {
-    return clusterOpenEnum_ ? clusterOpenEnum_(cluster, type) : MissingWithLastError<HCLUSENUM>();
+    return Forward<kClusterOpenEnum>(entryPoints_, cluster, type);
 }
 
 DWORD MSCSClusterGlue::ClusterEnum(HCLUSENUM enumeration, DWORD index, DWORD* type, wchar_t* name,
                                    DWORD* length) {
-    return clusterEnum_ ? clusterEnum_(enumeration, index, type, name, length) : kMissingEntryPoint;
+    return Forward<kClusterEnum>(entryPoints_, enumeration, index, type, name, length);
 }
 
 DWORD MSCSClusterGlue::ClusterCloseEnum(HCLUSENUM enumeration) {
-    return clusterCloseEnum_ ? clusterCloseEnum_(enumeration) : kMissingEntryPoint;
+    return Forward<kClusterCloseEnum>(entryPoints_, enumeration);
 }
 
 DWORD MSCSClusterGlue::ClusterControl(HCLUSTER cluster, HNODE node, DWORD code, void* in,
                                       DWORD inSize, void* out, DWORD outSize, DWORD* returned) {
-    return clusterControl_ ? clusterControl_(cluster, node, code, in, inSize, out, outSize, returned)
-                           : kMissingEntryPoint;
+    return Forward<kClusterControl>(entryPoints_, cluster, node, code, in, inSize, out, outSize, returned);
 }
 
 DWORD MSCSClusterGlue::ClusterGroupCloseEnum(HGROUPENUM enumeration) {
-    return clusterGroupCloseEnum_ ? clusterGroupCloseEnum_(enumeration) : kMissingEntryPoint;
+    return Forward<kClusterGroupCloseEnum>(entryPoints_, enumeration);
 }
 
 HRESENUM MSCSClusterGlue::ClusterResourceOpenEnum(HRESOURCE resource, DWORD type) {
-    return clusterResourceOpenEnum_ ? clusterResourceOpenEnum_(resource, type)
-                                    : MissingWithLastError<HRESENUM>();
+    return Forward<kClusterResourceOpenEnum>(entryPoints_, resource, type);
 }
 
 DWORD MSCSClusterGlue::ClusterResourceEnum(HRESENUM enumeration, DWORD index, DWORD* type,
                                            wchar_t* name, DWORD* length) {
-    return clusterResourceEnum_ ? clusterResourceEnum_(enumeration, index, type, name, length)
-                                : kMissingEntryPoint;
+    return Forward<kClusterResourceEnum>(entryPoints_, enumeration, index, type, name, length);
 }
 
 DWORD MSCSClusterGlue::ClusterResourceCloseEnum(HRESENUM enumeration) {
-    return clusterResourceCloseEnum_ ? clusterResourceCloseEnum_(enumeration) : kMissingEntryPoint;
+    return Forward<kClusterResourceCloseEnum>(entryPoints_, enumeration);
 }
 
 HRESOURCE MSCSClusterGlue::OpenClusterResource(HCLUSTER cluster, const wchar_t* name) {
-    return openClusterResource_ ? openClusterResource_(cluster, name)
-                                : MissingWithLastError<HRESOURCE>();
+    return Forward<kOpenClusterResource>(entryPoints_, cluster, name);
 }
 
 BOOL MSCSClusterGlue::CloseClusterResource(HRESOURCE resource) {
-    return closeClusterResource_ ? closeClusterResource_(resource) : MissingWithLastError<BOOL>();
+    return Forward<kCloseClusterResource>(entryPoints_, resource);
 }
 
 DWORD MSCSClusterGlue::OnlineClusterResource(HRESOURCE resource) {
-    return onlineClusterResource_ ? onlineClusterResource_(resource) : kMissingEntryPoint;
+    return Forward<kOnlineClusterResource>(entryPoints_, resource);
 }
 
 DWORD MSCSClusterGlue::OfflineClusterResource(HRESOURCE resource) {
-    return offlineClusterResource_ ? offlineClusterResource_(resource) : kMissingEntryPoint;
+    return Forward<kOfflineClusterResource>(entryPoints_, resource);
 }
 
 DWORD MSCSClusterGlue::ClusterResourceControl(HRESOURCE resource, HNODE node, DWORD code, void* in,
                                               DWORD inSize, void* out, DWORD outSize,
                                               DWORD* returned) {
-    return clusterResourceControl_
-               ? clusterResourceControl_(resource, node, code, in, inSize, out, outSize, returned)
-               : kMissingEntryPoint;
+    return Forward<kClusterResourceControl>(entryPoints_, resource, node, code, in, inSize, out, outSize, returned);
 }
 
 DWORD MSCSClusterGlue::GetClusterQuorumResource(HCLUSTER cluster, wchar_t* resourceName,
                                                 DWORD* resourceLength, wchar_t* device,
                                                 DWORD* deviceLength, DWORD* maxLogSize) {
-    return getClusterQuorumResource_
-               ? getClusterQuorumResource_(cluster, resourceName, resourceLength, device,
-                                           deviceLength, maxLogSize)
-               : kMissingEntryPoint;
+    return Forward<kGetClusterQuorumResource>(entryPoints_, cluster, resourceName, resourceLength, device, deviceLength, maxLogSize);
 }
 
 CLUSTER_RESOURCE_STATE MSCSClusterGlue::GetClusterResourceState(HRESOURCE resource, wchar_t* node,
                                                                 DWORD* nodeLength, wchar_t* group,
                                                                 DWORD* groupLength) {
-    // Unknown state, last error untouched.
-    return getClusterResourceState_
-               ? getClusterResourceState_(resource, node, nodeLength, group, groupLength)
-               : ClusterResourceStateUnknown;
+    return Forward<kGetClusterResourceState>(entryPoints_, resource, node, nodeLength, group, groupLength);
 }
 
 BOOL MSCSClusterGlue::GetClusterResourceNetworkName(HRESOURCE resource, wchar_t* buffer,
                                                     DWORD* length) {
-    return getClusterResourceNetworkName_ ? getClusterResourceNetworkName_(resource, buffer, length)
-                                          : MissingWithLastError<BOOL>();
+    return Forward<kGetClusterResourceNetworkName>(entryPoints_, resource, buffer, length);
 }
 
 DWORD MSCSClusterGlue::GetNodeClusterState(const wchar_t* node, DWORD* state) {
-    return getNodeClusterState_ ? getNodeClusterState_(node, state) : kMissingEntryPoint;
+    return Forward<kGetNodeClusterState>(entryPoints_, node, state);
 }
 
 DWORD MSCSClusterGlue::BackupClusterDatabase(HCLUSTER cluster, const wchar_t* path) {
-    return backupClusterDatabase_ ? backupClusterDatabase_(cluster, path) : kMissingEntryPoint;
+    return Forward<kBackupClusterDatabase>(entryPoints_, cluster, path);
 }
 
 DWORD MSCSClusterGlue::RestoreClusterDatabase(const wchar_t* path, BOOL force,
                                               const wchar_t* quorumDrive) {
-    if (!restoreClusterDatabase_) return kMissingEntryPoint;
+    if (!entryPoints_[kRestoreClusterDatabase]) return orv::kMissingEntryPoint;
     if (!StopClusterService() || !UnloadClusterHive()) return GetLastError();
-    return restoreClusterDatabase_(path, force, quorumDrive);
+    return Forward<kRestoreClusterDatabase>(entryPoints_, path, force, quorumDrive);
 }
 
 HGROUP MSCSClusterGlue::CreateClusterGroup(HCLUSTER cluster, const wchar_t* name) {
-    return createClusterGroup_ ? createClusterGroup_(cluster, name) : MissingWithLastError<HGROUP>();
+    return Forward<kCreateClusterGroup>(entryPoints_, cluster, name);
 }
 
 HGROUP MSCSClusterGlue::OpenClusterGroup(HCLUSTER cluster, const wchar_t* name) {
-    return openClusterGroup_ ? openClusterGroup_(cluster, name) : MissingWithLastError<HGROUP>();
+    return Forward<kOpenClusterGroup>(entryPoints_, cluster, name);
 }
 
 BOOL MSCSClusterGlue::CloseClusterGroup(HGROUP group) {
-    return closeClusterGroup_ ? closeClusterGroup_(group) : MissingWithLastError<BOOL>();
+    return Forward<kCloseClusterGroup>(entryPoints_, group);
 }
 
 HRESOURCE MSCSClusterGlue::CreateClusterResource(HGROUP group, const wchar_t* name,
                                                  const wchar_t* type, DWORD flags) {
-    return createClusterResource_ ? createClusterResource_(group, name, type, flags)
-                                  : MissingWithLastError<HRESOURCE>();
+    return Forward<kCreateClusterResource>(entryPoints_, group, name, type, flags);
 }
 
 DWORD MSCSClusterGlue::ChangeClusterResourceGroup(HRESOURCE resource, HGROUP group) {
-    return changeClusterResourceGroup_ ? changeClusterResourceGroup_(resource, group)
-                                       : MissingOpenFailed();
+    return Forward<kChangeClusterResourceGroup>(entryPoints_, resource, group);
 }
 
 DWORD MSCSClusterGlue::AddClusterResourceDependency(HRESOURCE resource, HRESOURCE dependsOn) {
-    return addClusterResourceDependency_ ? addClusterResourceDependency_(resource, dependsOn)
-                                         : MissingOpenFailed();
+    return Forward<kAddClusterResourceDependency>(entryPoints_, resource, dependsOn);
 }
 
 DWORD MSCSClusterGlue::RemoveClusterResourceDependency(HRESOURCE resource, HRESOURCE dependsOn) {
-    return removeClusterResourceDependency_ ? removeClusterResourceDependency_(resource, dependsOn)
-                                            : MissingOpenFailed();
+    return Forward<kRemoveClusterResourceDependency>(entryPoints_, resource, dependsOn);
 }
 
 HNODE MSCSClusterGlue::OpenClusterNode(HCLUSTER cluster, const wchar_t* name) {
-    return openClusterNode_ ? openClusterNode_(cluster, name) : MissingWithLastError<HNODE>();
+    return Forward<kOpenClusterNode>(entryPoints_, cluster, name);
 }
 
 BOOL MSCSClusterGlue::CloseClusterNode(HNODE node) {
-    return closeClusterNode_ ? closeClusterNode_(node) : MissingWithLastError<BOOL>();
+    return Forward<kCloseClusterNode>(entryPoints_, node);
 }
 
 DWORD MSCSClusterGlue::AddClusterResourceNode(HRESOURCE resource, HNODE node) {
-    return addClusterResourceNode_ ? addClusterResourceNode_(resource, node) : MissingOpenFailed();
+    return Forward<kAddClusterResourceNode>(entryPoints_, resource, node);
 }
 
 DWORD MSCSClusterGlue::RemoveClusterResourceNode(HRESOURCE resource, HNODE node) {
-    return removeClusterResourceNode_ ? removeClusterResourceNode_(resource, node)
-                                      : MissingOpenFailed();
+    return Forward<kRemoveClusterResourceNode>(entryPoints_, resource, node);
 }
 
 HGROUPENUM MSCSClusterGlue::ClusterGroupOpenEnum(HGROUP group, DWORD type) {
-    return clusterGroupOpenEnum_ ? clusterGroupOpenEnum_(group, type)
-                                 : MissingWithLastError<HGROUPENUM>();
+    return Forward<kClusterGroupOpenEnum>(entryPoints_, group, type);
 }
 
 DWORD MSCSClusterGlue::ClusterGroupEnum(HGROUPENUM enumeration, DWORD index, DWORD* type,
                                         wchar_t* name, DWORD* length) {
-    // Deliberately ERROR_SUCCESS when missing, unlike the other enumerators.
-    return clusterGroupEnum_ ? clusterGroupEnum_(enumeration, index, type, name, length)
-                             : MissingWithLastError<DWORD>();
+    return Forward<kClusterGroupEnum>(entryPoints_, enumeration, index, type, name, length);
 }
 
 DWORD MSCSClusterGlue::OnlineClusterGroup(HGROUP group, HNODE node) {
-    return onlineClusterGroup_ ? onlineClusterGroup_(group, node) : MissingOpenFailed();
+    return Forward<kOnlineClusterGroup>(entryPoints_, group, node);
 }
 
 CLUSTER_GROUP_STATE MSCSClusterGlue::GetClusterGroupState(HGROUP group, wchar_t* node,
                                                           DWORD* length) {
-    if (getClusterGroupState_) return getClusterGroupState_(group, node, length);
-    SetLastError(kMissingEntryPoint);
-    return ClusterGroupStateUnknown;
+    return Forward<kGetClusterGroupState>(entryPoints_, group, node, length);
 }
 
 DWORD MSCSClusterGlue::DeleteClusterResource(HRESOURCE resource) {
-    return deleteClusterResource_ ? deleteClusterResource_(resource) : MissingOpenFailed();
+    return Forward<kDeleteClusterResource>(entryPoints_, resource);
 }
 
 DWORD MSCSClusterGlue::DeleteClusterGroup(HGROUP group) {
-    return deleteClusterGroup_ ? deleteClusterGroup_(group) : MissingOpenFailed();
+    return Forward<kDeleteClusterGroup>(entryPoints_, group);
 }
 
 HNETWORK MSCSClusterGlue::OpenClusterNetwork(HCLUSTER cluster, const wchar_t* name) {
-    return openClusterNetwork_ ? openClusterNetwork_(cluster, name)
-                               : MissingWithLastError<HNETWORK>();
+    return Forward<kOpenClusterNetwork>(entryPoints_, cluster, name);
 }
 
 DWORD MSCSClusterGlue::ClusterNetworkControl(HNETWORK network, HNODE node, DWORD code, void* in,
                                              DWORD inSize, void* out, DWORD outSize,
                                              DWORD* returned) {
-    return clusterNetworkControl_
-               ? clusterNetworkControl_(network, node, code, in, inSize, out, outSize, returned)
-               : MissingOpenFailed();
+    return Forward<kClusterNetworkControl>(entryPoints_, network, node, code, in, inSize, out, outSize, returned);
 }
 
 BOOL MSCSClusterGlue::CloseClusterNetwork(HNETWORK network) {
-    return closeClusterNetwork_ ? closeClusterNetwork_(network) : MissingWithLastError<BOOL>();
+    return Forward<kCloseClusterNetwork>(entryPoints_, network);
 }

@@ -5,7 +5,7 @@
 #include <new>
 
 #include "orvcluster/cluster.h"
-#include "support/unique_handle.h"
+#include "orvcluster/unique_handle.h"
 
 namespace {
 

@@ -32,19 +32,20 @@ boost::shared_ptr<Cluster> DetectionCache::GetLocal(const std::vector<BackendMak
     if (IsFresh(stamp_, ClockTickCount())) {
         // The stamp is not renewed here, so detection runs again at the latest
         // 65,536 ms after the last one however often the factory is asked.
-        if (kind_ == 0) return PlainCluster();
-        if (kind_ <= backends.size()) {
-            boost::shared_ptr<Cluster> backend = backends[kind_ - 1](nullptr);
+        const unsigned long kind = kind_.load(std::memory_order_relaxed);
+        if (kind == 0) return PlainCluster();
+        if (kind <= backends.size()) {
+            boost::shared_ptr<Cluster> backend = backends[kind - 1](nullptr);
             backend->ClusterOpen();
             return backend;
         }
-        kind_ = 0;
+        kind_.store(0, std::memory_order_release);
         return PlainCluster();
     }
 
     unsigned long kind = 0;
     boost::shared_ptr<Cluster> backend = OpenFirstBackend(backends, nullptr, &kind);
-    kind_ = kind;
+    kind_.store(kind, std::memory_order_release);
     stamp_ = ClockTickCount();
     return backend ? backend : PlainCluster();
 }

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 #include <boost/shared_ptr.hpp>
 
 #include "facade/backends.h"
@@ -18,11 +20,12 @@ public:
     boost::shared_ptr<Cluster> GetLocal(const std::vector<BackendMaker>& backends);
 
     // The kind decided last: 0 none, else the backend's place plus one.
-    unsigned long Kind() const { return kind_; }
+    // Read without the lock (by Cluster::Open), so it is atomic.
+    unsigned long Kind() const { return kind_.load(std::memory_order_acquire); }
 
 private:
     CriticalSection section_;
-    volatile unsigned long kind_ = 0;
+    std::atomic<unsigned long> kind_{0};
     DWORD stamp_ = 0;
 };
 

@@ -6,7 +6,7 @@
 
 #include "orvcluster/cluster.h"
 #include "support/text.h"
-#include "support/unique_handle.h"
+#include "orvcluster/unique_handle.h"
 
 unsigned Cluster::SetServiceStartupType(const wchar_t* service, const wchar_t* machine,
                                         unsigned long startType) {

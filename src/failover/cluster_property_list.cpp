@@ -52,7 +52,10 @@ void ClusterPropertyList::Assign(const void* data, size_t size) {
 
 unsigned char* ClusterPropertyList::Reserve(unsigned long long bytes) {
     const bool empty = capacity_ == 0;
-    if (used_ + bytes > capacity_) {
+    // The entry takes its padded length: room is checked for that, so the
+    // used size never passes the end of the block.
+    const unsigned long long padded = orv::PaddedLength(bytes);
+    if ((empty ? kCountBytes : used_) + padded > capacity_) {
         // The first block also holds the count word.
         const unsigned long long capacity =
             empty ? bytes + kGrowthSlack + kCountBytes : capacity_ + bytes + kGrowthSlack;
@@ -65,7 +68,7 @@ unsigned char* ClusterPropertyList::Reserve(unsigned long long bytes) {
     }
     if (empty) used_ = kCountBytes;  // the count starts at zero
     unsigned char* entry = buffer_ + used_;
-    used_ += orv::PaddedLength(bytes);
+    used_ += padded;
     return entry;
 }
 

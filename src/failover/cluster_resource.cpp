@@ -4,7 +4,7 @@
 #include "orvcluster/cluster_resource.h"
 
 #include "failover/partition_list.h"
-#include "failover/resource_control.h"
+#include "orvcluster/cluster_control.h"
 #include "failover/value_list.h"
 #include "host/clock.h"
 #include "orvcluster/mscs_cluster_glue.h"
@@ -17,14 +17,6 @@ constexpr DWORD kPollMilliseconds = 1000;
 constexpr DWORD kGroupNameChars = 256;
 constexpr DWORD kNodeNameChars = 16;  // a computer name's longest, deliberately
 constexpr DWORD kNetworkNameChars = 256;
-
-std::wstring TextOf(const orv::ControlOutput& output) {
-    const wchar_t* text = reinterpret_cast<const wchar_t*>(output.Data());
-    size_t length = 0;
-    const size_t limit = output.Size() / sizeof(wchar_t);
-    while (length < limit && text[length]) ++length;
-    return std::wstring(text, length);
-}
 
 bool Fail(DWORD error) {
     SetLastError(error);
@@ -66,30 +58,6 @@ void CacheControlOutput(HRESOURCE resource, std::initializer_list<DWORD> codes,
 }
 
 }  // namespace
-
-namespace orv {
-
-MSCSPartitionList ReadPartitions(const unsigned char* list, DWORD size, bool withPlainPartitions) {
-    auto partitions = boost::shared_ptr<std::list<boost::shared_ptr<MSCSPartitionInfo>>>(
-        new std::list<boost::shared_ptr<MSCSPartitionInfo>>());
-    orv::ForEachValue(list, size, [&](const orv::ValueEntry& entry) {
-        CLUS_PARTITION_INFO_EX extended;
-        CLUS_PARTITION_INFO plain;
-        if (entry.syntax == CLUSPROP_SYNTAX_PARTITION_INFO_EX && orv::ReadRecord(entry, extended)) {
-            partitions->push_back(boost::shared_ptr<MSCSPartitionInfo>(new MSCSPartitionInfo(
-                orv::FieldText(extended.szDeviceName), orv::FieldText(extended.szVolumeLabel),
-                extended.VolumeGuid, extended.PartitionNumber)));
-        } else if (withPlainPartitions && entry.syntax == CLUSPROP_SYNTAX_PARTITION_INFO &&
-                   orv::ReadRecord(entry, plain)) {
-            partitions->push_back(boost::shared_ptr<MSCSPartitionInfo>(
-                new MSCSPartitionInfo(orv::FieldText(plain.szDeviceName),
-                                      orv::FieldText(plain.szVolumeLabel), GUID(), 0xFFFFFFFF)));
-        }
-    });
-    return partitions;
-}
-
-}  // namespace orv
 
 MSCSPartitionInfo::MSCSPartitionInfo(const std::wstring& deviceName, const std::wstring& volumeLabel,
                                      const GUID& volumeGuid, DWORD partitionNumber)
@@ -183,7 +151,7 @@ bool ClusterResource::GetTypeName(std::wstring& type) {
         type.clear();
         return Fail(result);
     }
-    type = TextOf(output);
+    type = orv::BoundedText(reinterpret_cast<const wchar_t*>(output.Data()), output.Size() / sizeof(wchar_t));
     return true;
 }
 

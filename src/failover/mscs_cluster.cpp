@@ -4,7 +4,8 @@
 #include "orvcluster/mscs_cluster.h"
 
 #include "failover/partition_list.h"
-#include "failover/resource_control.h"
+#include "orvcluster/cluster_handles.h"
+#include "orvcluster/cluster_control.h"
 #include "failover/value_list.h"
 #include "host/clock.h"
 #include "support/text.h"
@@ -63,11 +64,14 @@ bool MSCSCluster::ClusterOpen() {
             hCluster_ = glue_->OpenCluster(nullptr);
             gaveUpWaitingForService = false;
         } else if (state == kClusterServiceStarting && !gaveUpWaitingForService) {
-            for (int round = 0; round < kServiceWaitRounds && !hCluster_; ++round) {
+            for (int round = 0; round < kServiceWaitRounds; ++round) {
                 OutputDebugMsg(L"Waiting for the cluster service to startup");
                 orv::ClockSleep(kServiceWaitMilliseconds);
-                if (QueryClusterServiceState(nullptr) == kClusterServiceRunning)
+                // Once the service runs there is one open, whatever it answers.
+                if (QueryClusterServiceState(nullptr) == kClusterServiceRunning) {
                     hCluster_ = glue_->OpenCluster(nullptr);
+                    break;
+                }
             }
             if (!hCluster_) gaveUpWaitingForService = true;
         }
@@ -96,20 +100,9 @@ void MSCSCluster::Close() {
 
 bool MSCSCluster::EnumerateNames(DWORD type, std::list<std::wstring>& names) {
     names.clear();
-    HCLUSENUM enumeration = glue_->ClusterOpenEnum(hCluster_, type);
-    if (!enumeration) return false;
-    DWORD result = ERROR_SUCCESS;
-    for (DWORD index = 0; result == ERROR_SUCCESS; ++index) {
-        wchar_t name[kNameChars] = {};
-        DWORD length = kNameChars;
-        DWORD objectType = 0;
-        result = glue_->ClusterEnum(enumeration, index, &objectType, name, &length);
-        if (result == ERROR_SUCCESS) names.push_back(orv::FieldText(name));
-    }
-    glue_->ClusterCloseEnum(enumeration);
-    if (result == ERROR_NO_MORE_ITEMS) return true;
-    SetLastError(result);
-    return false;
+    // A name longer than the 260-character buffer ends the walk as a failure.
+    orv::ClusterObjects objects(hCluster_, type, false);
+    return objects && objects.AppendNames(names);
 }
 
 bool MSCSCluster::GetNodes(std::list<std::wstring>& nodes) {

@@ -89,12 +89,18 @@ bool ReadRecord(const ValueEntry& entry, T& record) {
     return true;
 }
 
-// The text of a fixed character field, up to its terminator or its end.
+// The text at `text` up to its terminator, but never more than `limit`
+// characters: a fixed field or a platform answer need not be terminated.
+inline std::wstring BoundedText(const wchar_t* text, size_t limit) {
+    size_t length = 0;
+    while (length < limit && text[length]) ++length;
+    return std::wstring(text, length);
+}
+
+// The text of a fixed character field.
 template <size_t N>
 std::wstring FieldText(const wchar_t (&field)[N]) {
-    size_t length = 0;
-    while (length < N && field[length]) ++length;
-    return std::wstring(field, length);
+    return BoundedText(field, N);
 }
 
 }  // namespace orv

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "orvclass_mini.h"
-#include "support/unique_handle.h"
+#include "orvcluster/unique_handle.h"
 
 namespace {
 

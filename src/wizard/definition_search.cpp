@@ -9,8 +9,8 @@
 
 #include "orvclass_mini.h"
 #include "orvcluster/process_ops.h"
-#include "support/unique_handle.h"
-#include "wizard/product_definition.h"
+#include "orvcluster/unique_handle.h"
+#include "wizard/definition_search.h"
 
 namespace orv {
 

@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "support/msxml_guids.h"
-#include "support/unique_handle.h"
+#include "orvcluster/unique_handle.h"
 
 namespace orv {
 

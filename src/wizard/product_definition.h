@@ -91,18 +91,4 @@ private:
     std::deque<CLUSTERRESOURCEDEPENDENCY> dependencyNodes_;
 };
 
-// Where the definition file `fileName` is, tried in this order, the first
-// that opens for reading winning:
-//   1. `directory`, when given, not empty and shorter than 520 characters;
-//      else the current directory;
-//   2. the folder of the loaded module "orvinstdlgs.dll";
-//   3. the "Bin Path" of the installed product's install key;
-//   4. the "bin" folder beside a running "setup.exe".
-// Empty when none has the file.
-std::wstring FindDefinitionFile(const wchar_t* fileName, const wchar_t* directory);
-
-// The process-wide definition that Cluster::CWIZ_InitData loaded, or an
-// empty one before that.
-ProductDefinition& ProcessDefinition();
-
 }  // namespace orv

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "orvcluster/cluster.h"
-#include "wizard/product_definition.h"
+#include "wizard/definition_search.h"
 
 namespace orv {
 

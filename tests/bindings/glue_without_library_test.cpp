@@ -11,153 +11,178 @@
 
 namespace {
 
-constexpr DWORD kUntouched = 0xDEAD;
+// Set before every call: a wrapper that must leave the last error alone
+// leaves this, which no platform call answers.
+constexpr DWORD kUntouched = 0xDEADBEEF;
 constexpr DWORD kProcNotFound = ERROR_PROC_NOT_FOUND;
+constexpr intptr_t kNull = 0;
+constexpr intptr_t kOpenFailed = ERROR_OPEN_FAILED;
+constexpr intptr_t kUnknown = -1;
 
-// Runs `call` with a known last error and answers what the wrapper left there.
-template <typename Call>
-DWORD LastErrorAfter(Call call) {
-    SetLastError(kUntouched);
-    call();
-    return GetLastError();
-}
+struct Missing {
+    const char* wrapper;
+    std::function<intptr_t()> call;
+    intptr_t result;
+    DWORD lastError;
+};
 
-TEST(GlueWithoutLibrary, ClusterApiWrappersAnswerTheirFixedResults) {
+TEST(GlueWithoutLibrary, EveryWrapperAnswersItsFixedResult) {
     ASSERT_EQ(nullptr, GetModuleHandleW(L"clusapi.dll"));
     orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
     EXPECT_FALSE(glue->OK());
     EXPECT_FALSE(glue->BackupAndRestoreSupported());
-    EXPECT_EQ(nullptr, GetModuleHandleW(L"clusapi.dll"));
+    orvclass::shared_ptr<ResourceGlue> utilities = ResourceGlue::GetInstance();
+    EXPECT_FALSE(utilities->OK());
 
-    DWORD result = 1;
     wchar_t name[16] = {};
-    DWORD length = 16;
-    DWORD type = 0;
+    DWORD length = 16, type = 0;
     auto resource = reinterpret_cast<HRESOURCE>(8);
     auto group = reinterpret_cast<HGROUP>(8);
-
-    // Null or zero (FALSE) with last error 127.
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->OpenCluster(nullptr)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(glue->CloseCluster(nullptr)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] {
-                  EXPECT_EQ(0u, glue->GetClusterInformation(nullptr, name, &length, nullptr));
-              }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->ClusterOpenEnum(nullptr, 1)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->OpenClusterResource(nullptr, L"r")); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(glue->CloseClusterResource(resource)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] {
-                  EXPECT_FALSE(glue->GetClusterResourceNetworkName(resource, name, &length));
-              }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->CreateClusterGroup(nullptr, L"g")); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->OpenClusterNode(nullptr, L"n")); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->OpenClusterNetwork(nullptr, L"n")); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(glue->CloseClusterGroup(group)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(glue->CloseClusterNode(nullptr)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(glue->CloseClusterNetwork(nullptr)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->ClusterResourceOpenEnum(resource, 1)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->OpenClusterGroup(nullptr, L"g")); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] {
-                  EXPECT_EQ(nullptr, glue->CreateClusterResource(group, L"r", L"Generic Service", 0));
-              }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_EQ(nullptr, glue->ClusterGroupOpenEnum(group, 1)); }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] {
-                  EXPECT_EQ(0u, glue->ClusterGroupEnum(nullptr, 0, &type, name, &length));  // success code, deliberately
-              }));
-
-    // 127 as the result, last error untouched.
-    EXPECT_EQ(kUntouched, LastErrorAfter([&] {
-                  result = glue->ClusterEnum(nullptr, 0, &type, name, &length);
-              }));
-    EXPECT_EQ(kProcNotFound, result);
-    EXPECT_EQ(kUntouched, LastErrorAfter([&] { result = glue->OnlineClusterResource(resource); }));
-    EXPECT_EQ(kProcNotFound, result);
-    EXPECT_EQ(kUntouched, LastErrorAfter([&] {
-                  result = glue->ClusterResourceControl(resource, nullptr, 1, nullptr, 0, nullptr, 0, nullptr);
-              }));
-    EXPECT_EQ(kProcNotFound, result);
-    EXPECT_EQ(kUntouched, LastErrorAfter([&] { result = glue->RestoreClusterDatabase(L"C:\\b", 0, nullptr); }));
-    EXPECT_EQ(kProcNotFound, result);
-    const std::vector<std::function<DWORD()>> plainMissing = {
-        [&] { return glue->ClusterCloseEnum(nullptr); },
-        [&] { return glue->ClusterControl(nullptr, nullptr, 1, nullptr, 0, nullptr, 0, nullptr); },
-        [&] { return glue->ClusterGroupCloseEnum(nullptr); },
-        [&] { return glue->ClusterResourceEnum(nullptr, 0, &type, name, &length); },
-        [&] { return glue->ClusterResourceCloseEnum(nullptr); },
-        [&] { return glue->OfflineClusterResource(resource); },
-        [&] { return glue->GetClusterQuorumResource(nullptr, name, &length, name, &length, &type); },
-        [&] { return glue->GetNodeClusterState(nullptr, &type); },
-        [&] { return glue->BackupClusterDatabase(nullptr, L"C:\\b"); },
+    auto as = [](auto value) { return (intptr_t)(value); };
+    const std::vector<Missing> table = {
+        // Null, 0 or FALSE after SetLastError(127).
+        {"OpenCluster", [&] { return as(glue->OpenCluster(nullptr)); }, kNull, kProcNotFound},
+        {"CloseCluster", [&] { return as(glue->CloseCluster(nullptr)); }, kNull, kProcNotFound},
+        {"GetClusterInformation", [&] { return as(glue->GetClusterInformation(nullptr, name, &length, nullptr)); },
+         kNull, kProcNotFound},
+        {"ClusterOpenEnum", [&] { return as(glue->ClusterOpenEnum(nullptr, 1)); }, kNull, kProcNotFound},
+        {"OpenClusterResource", [&] { return as(glue->OpenClusterResource(nullptr, L"r")); }, kNull, kProcNotFound},
+        {"CloseClusterResource", [&] { return as(glue->CloseClusterResource(resource)); }, kNull, kProcNotFound},
+        {"GetClusterResourceNetworkName",
+         [&] { return as(glue->GetClusterResourceNetworkName(resource, name, &length)); }, kNull, kProcNotFound},
+        {"CreateClusterGroup", [&] { return as(glue->CreateClusterGroup(nullptr, L"g")); }, kNull, kProcNotFound},
+        {"OpenClusterGroup", [&] { return as(glue->OpenClusterGroup(nullptr, L"g")); }, kNull, kProcNotFound},
+        {"CloseClusterGroup", [&] { return as(glue->CloseClusterGroup(group)); }, kNull, kProcNotFound},
+        {"OpenClusterNode", [&] { return as(glue->OpenClusterNode(nullptr, L"n")); }, kNull, kProcNotFound},
+        {"CloseClusterNode", [&] { return as(glue->CloseClusterNode(nullptr)); }, kNull, kProcNotFound},
+        {"OpenClusterNetwork", [&] { return as(glue->OpenClusterNetwork(nullptr, L"n")); }, kNull, kProcNotFound},
+        {"CloseClusterNetwork", [&] { return as(glue->CloseClusterNetwork(nullptr)); }, kNull, kProcNotFound},
+        {"ClusterResourceOpenEnum", [&] { return as(glue->ClusterResourceOpenEnum(resource, 1)); }, kNull,
+         kProcNotFound},
+        {"CreateClusterResource", [&] { return as(glue->CreateClusterResource(group, L"r", L"Generic Service", 0)); },
+         kNull, kProcNotFound},
+        {"ClusterGroupOpenEnum", [&] { return as(glue->ClusterGroupOpenEnum(group, 1)); }, kNull, kProcNotFound},
+        // ERROR_SUCCESS, deliberately, unlike the other enumerators.
+        {"ClusterGroupEnum", [&] { return as(glue->ClusterGroupEnum(nullptr, 0, &type, name, &length)); }, kNull,
+         kProcNotFound},
+        // 127 as the result, last error untouched.
+        {"ClusterEnum", [&] { return as(glue->ClusterEnum(nullptr, 0, &type, name, &length)); }, kProcNotFound,
+         kUntouched},
+        {"ClusterCloseEnum", [&] { return as(glue->ClusterCloseEnum(nullptr)); }, kProcNotFound, kUntouched},
+        {"ClusterControl", [&] { return as(glue->ClusterControl(nullptr, nullptr, 1, nullptr, 0, nullptr, 0, nullptr)); },
+         kProcNotFound, kUntouched},
+        {"ClusterGroupCloseEnum", [&] { return as(glue->ClusterGroupCloseEnum(nullptr)); }, kProcNotFound, kUntouched},
+        {"ClusterResourceEnum", [&] { return as(glue->ClusterResourceEnum(nullptr, 0, &type, name, &length)); },
+         kProcNotFound, kUntouched},
+        {"ClusterResourceCloseEnum", [&] { return as(glue->ClusterResourceCloseEnum(nullptr)); }, kProcNotFound,
+         kUntouched},
+        {"OnlineClusterResource", [&] { return as(glue->OnlineClusterResource(resource)); }, kProcNotFound, kUntouched},
+        {"OfflineClusterResource", [&] { return as(glue->OfflineClusterResource(resource)); }, kProcNotFound,
+         kUntouched},
+        {"ClusterResourceControl",
+         [&] { return as(glue->ClusterResourceControl(resource, nullptr, 1, nullptr, 0, nullptr, 0, nullptr)); },
+         kProcNotFound, kUntouched},
+        {"GetClusterQuorumResource",
+         [&] { return as(glue->GetClusterQuorumResource(nullptr, name, &length, name, &length, &type)); },
+         kProcNotFound, kUntouched},
+        {"GetNodeClusterState", [&] { return as(glue->GetNodeClusterState(nullptr, &type)); }, kProcNotFound,
+         kUntouched},
+        {"BackupClusterDatabase", [&] { return as(glue->BackupClusterDatabase(nullptr, L"C:\\b")); }, kProcNotFound,
+         kUntouched},
+        // Without the entry point the restore stops nothing first.
+        {"RestoreClusterDatabase", [&] { return as(glue->RestoreClusterDatabase(L"C:\\b", 0, nullptr)); },
+         kProcNotFound, kUntouched},
+        // 110 after SetLastError(127).
+        {"DeleteClusterGroup", [&] { return as(glue->DeleteClusterGroup(group)); }, kOpenFailed, kProcNotFound},
+        {"DeleteClusterResource", [&] { return as(glue->DeleteClusterResource(resource)); }, kOpenFailed, kProcNotFound},
+        {"AddClusterResourceDependency", [&] { return as(glue->AddClusterResourceDependency(resource, resource)); },
+         kOpenFailed, kProcNotFound},
+        {"RemoveClusterResourceDependency",
+         [&] { return as(glue->RemoveClusterResourceDependency(resource, resource)); }, kOpenFailed, kProcNotFound},
+        {"ChangeClusterResourceGroup", [&] { return as(glue->ChangeClusterResourceGroup(resource, group)); },
+         kOpenFailed, kProcNotFound},
+        {"AddClusterResourceNode", [&] { return as(glue->AddClusterResourceNode(resource, nullptr)); }, kOpenFailed,
+         kProcNotFound},
+        {"RemoveClusterResourceNode", [&] { return as(glue->RemoveClusterResourceNode(resource, nullptr)); },
+         kOpenFailed, kProcNotFound},
+        {"OnlineClusterGroup", [&] { return as(glue->OnlineClusterGroup(group, nullptr)); }, kOpenFailed,
+         kProcNotFound},
+        {"ClusterNetworkControl",
+         [&] { return as(glue->ClusterNetworkControl(nullptr, nullptr, 1, nullptr, 0, nullptr, 0, nullptr)); },
+         kOpenFailed, kProcNotFound},
+        // The unknown state: the resource form leaves the last error, the group form sets it.
+        {"GetClusterResourceState",
+         [&] { return as(glue->GetClusterResourceState(resource, nullptr, nullptr, nullptr, nullptr)); }, kUnknown,
+         kUntouched},
+        {"GetClusterGroupState", [&] { return as(glue->GetClusterGroupState(group, nullptr, nullptr)); }, kUnknown,
+         kProcNotFound},
+        // resutils.dll: 127 or FALSE, never a last error.
+        {"ResUtilFindSzProperty", [&] { return as(utilities->ResUtilFindSzProperty(nullptr, 0, L"x", nullptr)); },
+         kProcNotFound, kUntouched},
+        {"ResUtilFindDwordProperty", [&] { return as(utilities->ResUtilFindDwordProperty(nullptr, 0, L"x", &type)); },
+         kProcNotFound, kUntouched},
+        {"ClusterIsPathOnSharedVolume", [&] { return as(utilities->ClusterIsPathOnSharedVolume(L"C:\\v")); }, kNull,
+         kUntouched},
+        {"ClusterGetVolumePathName", [&] { return as(utilities->ClusterGetVolumePathName(L"f", name, 16)); }, kNull,
+         kUntouched},
+        {"ClusterGetVolumeNameForVolumeMountPoint",
+         [&] { return as(utilities->ClusterGetVolumeNameForVolumeMountPoint(L"f", name, 16)); }, kNull, kUntouched},
+        {"ClusterPrepareSharedVolumeForBackup",
+         [&] { return as(utilities->ClusterPrepareSharedVolumeForBackup(L"f", nullptr, nullptr, nullptr, nullptr)); },
+         kProcNotFound, kUntouched},
+        {"ClusterClearBackupStateForSharedVolume",
+         [&] { return as(utilities->ClusterClearBackupStateForSharedVolume(L"C:\\v")); }, kProcNotFound, kUntouched},
     };
-    for (const auto& call : plainMissing) {
-        EXPECT_EQ(kUntouched, LastErrorAfter([&] { result = call(); }));
-        EXPECT_EQ(kProcNotFound, result);
+    EXPECT_EQ(49u, table.size());
+    for (const Missing& row : table) {
+        SetLastError(kUntouched);
+        EXPECT_EQ(row.result, row.call()) << row.wrapper;
+        EXPECT_EQ(row.lastError, GetLastError()) << row.wrapper;
     }
-
-    // 110 with last error 127.
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { result = glue->DeleteClusterGroup(group); }));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_OPEN_FAILED), result);
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { result = glue->AddClusterResourceDependency(resource, resource); }));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_OPEN_FAILED), result);
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] {
-                  result = glue->ClusterNetworkControl(nullptr, nullptr, 1, nullptr, 0, nullptr, 0, nullptr);
-              }));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_OPEN_FAILED), result);
-    const std::vector<std::function<DWORD()>> openFailed = {
-        [&] { return glue->ChangeClusterResourceGroup(resource, group); },
-        [&] { return glue->RemoveClusterResourceDependency(resource, resource); },
-        [&] { return glue->AddClusterResourceNode(resource, nullptr); },
-        [&] { return glue->RemoveClusterResourceNode(resource, nullptr); },
-        [&] { return glue->OnlineClusterGroup(group, nullptr); },
-        [&] { return glue->DeleteClusterResource(resource); },
-    };
-    for (const auto& call : openFailed) {
-        EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { result = call(); }));
-        EXPECT_EQ(static_cast<DWORD>(ERROR_OPEN_FAILED), result);
-    }
-
-    // The unknown state: the resource form leaves the last error, the group form sets it.
-    EXPECT_EQ(kUntouched, LastErrorAfter([&] {
-                  EXPECT_EQ(ClusterResourceStateUnknown,
-                            glue->GetClusterResourceState(resource, nullptr, nullptr, nullptr, nullptr));
-              }));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] {
-                  EXPECT_EQ(ClusterGroupStateUnknown, glue->GetClusterGroupState(group, nullptr, nullptr));
-              }));
+    EXPECT_EQ(nullptr, GetModuleHandleW(L"clusapi.dll"));
 }
 
-TEST(GlueWithoutLibrary, ResourceUtilitiesAndWhatRestsOnThem) {
-    orvclass::shared_ptr<ResourceGlue> glue = ResourceGlue::GetInstance();
-    EXPECT_FALSE(glue->OK());
+// What rests on the bindings answers false with the binding's code, or, where
+// the binding answers without one, leaves the last error as it was.
+TEST(GlueWithoutLibrary, WhatRestsOnTheBindings) {
     DWORD value = 5;
-    EXPECT_EQ(kUntouched, LastErrorAfter([&] {
-                  EXPECT_EQ(kProcNotFound, glue->ResUtilFindDwordProperty(nullptr, 0, L"x", &value));
-                  EXPECT_FALSE(glue->ClusterIsPathOnSharedVolume(L"C:\\ClusterStorage\\Volume1"));
-                  EXPECT_EQ(kProcNotFound, glue->ClusterPrepareSharedVolumeForBackup(L"f", nullptr, nullptr,
-                                                                                     nullptr, nullptr));
-              }));
-
     ClusterPropertyList list;
     list.Append(L"PendingTimeout", 180000ul);
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(list.GetValue(L"PendingTimeout", value)); }));
+    SetLastError(kUntouched);
+    EXPECT_FALSE(list.GetValue(L"PendingTimeout", value));
+    EXPECT_EQ(kProcNotFound, GetLastError());
     EXPECT_EQ(5u, value);
 
-    // Resources without a cluster library answer false with the binding's code.
     ClusterResource resource(reinterpret_cast<HRESOURCE>(8), L"Orvane Job Engine");
-    std::wstring text = L"old";
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(resource.GetTypeName(text)); }));
-    EXPECT_TRUE(text.empty());
-    EXPECT_FALSE(resource.GetGroupName(text));
-    EXPECT_EQ(kProcNotFound, LastErrorAfter([&] { EXPECT_FALSE(resource.BringOnline(0)); }));
+    std::wstring text;
+    CLUS_RESOURCE_CLASS_INFO classInfo = {};
+    const std::vector<std::pair<const char*, std::function<bool()>>> failing = {
+        {"GetTypeName", [&] { return resource.GetTypeName(text) || !text.empty(); }},
+        {"GetClassInfoW", [&] { return resource.GetClassInfoW(&classInfo); }},
+        {"GetNetworkName", [&] { return resource.GetNetworkName(text) || !text.empty(); }},
+        {"GetPendingTimeout", [&] { return resource.GetPendingTimeout(value); }},
+        {"BringOnline", [&] { return resource.BringOnline(0); }},
+        {"TakeOffline", [&] { return resource.TakeOffline(0); }},
+    };
+    // Each fails with 127, and a string output is cleared.
+    for (const auto& [operation, call] : failing) {
+        text = L"old";
+        SetLastError(kUntouched);
+        EXPECT_FALSE(call()) << operation;
+        EXPECT_EQ(kProcNotFound, GetLastError()) << operation;
+    }
+    // The state query answers "unknown" without a last error of its own.
+    for (auto query : {&ClusterResource::GetGroupName, &ClusterResource::GetNodeName}) {
+        text = L"old";
+        SetLastError(kUntouched);
+        EXPECT_FALSE((resource.*query)(text));
+        EXPECT_EQ(kUntouched, GetLastError());
+        EXPECT_TRUE(text.empty());
+    }
 
+    SetLastError(kUntouched);
     EXPECT_FALSE(Cluster::RestoreDatabase(L"C:\\backup", 0, L"Q:"));
     EXPECT_EQ(kProcNotFound, GetLastError());
-}
-
-TEST(Singleton, EveryCallSharesOneBindingObject) {
-    orvclass::shared_ptr<MSCSClusterGlue> first = MSCSClusterGlue::GetInstance();
-    orvclass::shared_ptr<MSCSClusterGlue> second = MSCSClusterGlue::GetInstance();
-    EXPECT_EQ(first.get(), second.get());
-    EXPECT_GE(first.use_count(), 3);  // the holder keeps one reference of its own
 }
 
 }  // namespace

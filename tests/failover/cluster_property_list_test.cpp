@@ -148,6 +148,27 @@ TEST(PropertyList, WalkNeverReadsPastTheBytesItWasGiven) {
     }
 }
 
+// Entries take their padded length; every growth must leave room for it, so
+// the used size never passes the block and a later growth copies only bytes
+// of the old block. A 2-character name and a 124-character value once ended
+// 2 bytes past the block.
+TEST(PropertyList, UsedSizeNeverPassesTheBlock) {
+    for (size_t nameChars = 1; nameChars <= 4; ++nameChars) {
+        for (size_t valueChars = 0; valueChars <= 140; ++valueChars) {
+            const std::wstring name(nameChars, L'n'), value(valueChars, L'v');
+            ClusterPropertyList list;
+            list.Append(name.c_str(), value.c_str());
+            ASSERT_LE(list.Size(), list.Capacity()) << nameChars << "/" << valueChars;
+            list.Append(L"Next", 7ul);
+            ASSERT_LE(list.Size(), list.Capacity()) << nameChars << "/" << valueChars;
+            std::wstring found;
+            ASSERT_TRUE(list.GetValue(name.c_str(), found));
+            ASSERT_EQ(value, found);
+            ASSERT_EQ(2u, Words(list)[0]);
+        }
+    }
+}
+
 TEST(PropertyList, LyingCountIsMalformedNotAnOverrun) {
     ClusterPropertyList source;
     source.Append(L"Name", L"A");

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "bindings/cluster_handles.h"
+#include "orvcluster/cluster_handles.h"
 #include "harness/simulated_cluster.h"
 #include "orvcluster.h"
 

@@ -68,6 +68,31 @@ TEST_F(ClusterServiceWait, StartingServiceIsAwaitedOnceThenGivenUpUntilItRuns) {
     EXPECT_FALSE(opened);
 }
 
+// Once the service runs, the wait ends with one open, whatever it answers.
+TEST_F(ClusterServiceWait, WaitEndsWhenTheServiceRunsEvenIfTheOpenFails) {
+    bool opened = false;
+    {
+        // An open with the service running lifts an earlier give-up.
+        TestService running(L"ClusSvc", L"");
+        ASSERT_TRUE(running.Start());
+        Open(&opened);
+        ASSERT_TRUE(opened);
+    }
+    SimCluster_ResetCounters();
+    TestService service(L"ClusSvc", L"", SERVICE_AUTO_START);
+    bool started = false;
+    TraceCapture capture([&](const std::wstring& message) {
+        if (message != kWaiting || started) return;
+        started = service.Start();
+        SimCluster_InjectFailure(L"OpenCluster", 1, 1, RPC_S_SERVER_UNAVAILABLE);
+    });
+    EXPECT_EQ(10000u, Open(&opened));
+    EXPECT_TRUE(started);
+    EXPECT_FALSE(opened);
+    EXPECT_EQ((std::vector<std::wstring>{kWaiting, kFailed}), capture.Messages());
+    EXPECT_EQ(1u, SimCluster_CallCount(L"OpenCluster"));
+}
+
 TEST_F(ClusterServiceWait, ServiceThatWillNotStartIsNotAwaited) {
     bool opened = true;
     TraceCapture capture;

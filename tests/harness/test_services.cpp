@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "simclock.h"
-#include "support/unique_handle.h"
+#include "orvcluster/unique_handle.h"
 
 namespace orvtest {
 

@@ -14,6 +14,7 @@ constexpr DWORD kDebugPrintWide = 0x4001000A;  // DBG_PRINTEXCEPTION_WIDE_C
 std::mutex linesLock;
 std::vector<std::wstring> lines;
 void* handler = nullptr;
+std::function<void(const std::wstring&)> observer;
 
 LONG CALLBACK CatchDebugOutput(EXCEPTION_POINTERS* exception) {
     const EXCEPTION_RECORD* record = exception->ExceptionRecord;
@@ -35,16 +36,20 @@ LONG CALLBACK CatchDebugOutput(EXCEPTION_POINTERS* exception) {
     // Only trace lines count; the test framework reports failures on the same
     // channel, and those must not turn up as library output.
     if (line.empty() || line[0] != L'[') return EXCEPTION_CONTINUE_EXECUTION;
-    std::lock_guard<std::mutex> lock(linesLock);
-    lines.push_back(line);
+    {
+        std::lock_guard<std::mutex> lock(linesLock);
+        lines.push_back(line);
+    }
+    if (observer) observer(MessageOf(line));
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
 }  // namespace
 
-TraceCapture::TraceCapture() {
+TraceCapture::TraceCapture(std::function<void(const std::wstring&)> onMessage) {
     std::lock_guard<std::mutex> lock(linesLock);
     lines.clear();
+    observer = std::move(onMessage);
     handler = AddVectoredExceptionHandler(1, CatchDebugOutput);
 }
 
@@ -52,6 +57,7 @@ TraceCapture::~TraceCapture() {
     RemoveVectoredExceptionHandler(handler);
     std::lock_guard<std::mutex> lock(linesLock);
     lines.clear();
+    observer = nullptr;
 }
 
 std::vector<std::wstring> TraceCapture::Lines() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,9 @@ namespace orvtest {
 // reports) are left out.
 class TraceCapture {
 public:
-    TraceCapture();
+    // `onMessage`, when given, sees each message (header removed) as the
+    // library writes it, on the writing thread, before the library goes on.
+    explicit TraceCapture(std::function<void(const std::wstring&)> onMessage = nullptr);
     ~TraceCapture();
     TraceCapture(const TraceCapture&) = delete;
     TraceCapture& operator=(const TraceCapture&) = delete;

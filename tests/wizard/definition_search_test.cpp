@@ -7,8 +7,8 @@
 #include "harness/registry_fixture.h"
 #include "harness/scratch_files.h"
 #include "harness/test_services.h"
-#include "support/unique_handle.h"
-#include "wizard/product_definition.h"
+#include "orvcluster/unique_handle.h"
+#include "wizard/definition_search.h"
 
 namespace {
 

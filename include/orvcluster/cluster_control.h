@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "orvcluster/cluster_api.h"
+#include "orvcluster/mscs_cluster_glue.h"
 
 namespace orv {
 
@@ -72,7 +72,15 @@ DWORD ControlWithGrowingBuffer(Call call, ControlOutput& output) {
 }
 
 // One resource control code through the failover cluster binding.
-DWORD ResourceControl(HRESOURCE resource, DWORD code, const void* input, DWORD inputSize,
-                      ControlOutput& output);
+inline DWORD ResourceControl(HRESOURCE resource, DWORD code, const void* input, DWORD inputSize,
+                             ControlOutput& output) {
+    orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
+    void* in = const_cast<void*>(input);
+    return ControlWithGrowingBuffer(
+        [&](void* buffer, DWORD size, DWORD* returned) {
+            return glue->ClusterResourceControl(resource, nullptr, code, in, inputSize, buffer, size, returned);
+        },
+        output);
+}
 
 }  // namespace orv
