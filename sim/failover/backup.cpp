@@ -33,8 +33,9 @@ bool ValidDrive(const wchar_t* drive) { return iswalpha(drive[0]) && drive[1] ==
 
 }  // namespace
 
+bool DatabaseBackupRemoved(const Cluster& cluster) { return cluster.present && !cluster.BeforeVersion6(); }
+
 DWORD BackupDatabase(Cluster& cluster, const std::wstring& folder) {
-    if (!cluster.backupSupported) return ERROR_CALL_NOT_IMPLEMENTED;
     DWORD error = CheckFolder(folder);
     if (error != ERROR_SUCCESS) return error;
     if (!WriteWholeFile(InFolder(folder, kSnapshot), WriteScenario(cluster)) ||
@@ -45,7 +46,6 @@ DWORD BackupDatabase(Cluster& cluster, const std::wstring& folder) {
 }
 
 DWORD RestoreDatabase(Cluster& cluster, const std::wstring& folder, bool force, const wchar_t* quorumDrive) {
-    if (cluster.present && !cluster.backupSupported) return ERROR_CALL_NOT_IMPLEMENTED;
     if (quorumDrive && !ValidDrive(quorumDrive)) return ERROR_INVALID_PARAMETER;
     DWORD error = CheckFolder(folder);
     if (error != ERROR_SUCCESS) return error;

@@ -13,6 +13,11 @@
 
 namespace simcluster {
 
+// The platform removed both functions in Windows Server 2008: on a cluster
+// of version 6.0 or later they do nothing and answer
+// ERROR_CALL_NOT_IMPLEMENTED, whatever their arguments.
+bool DatabaseBackupRemoved(const Cluster& cluster);
+
 DWORD BackupDatabase(Cluster& cluster, const std::wstring& folder);
 
 // Replaces the cluster by the one in the backup. Without `force` it refuses

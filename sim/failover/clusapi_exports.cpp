@@ -85,11 +85,18 @@ DWORD ResolveOptional(Simulator& simulator, HNODE value, Node*& node) {
     return value ? Resolve(simulator, value, node) : ERROR_SUCCESS;
 }
 
+// The session of a live handle that was just resolved.
+ObjectId SessionOf(Simulator& simulator, const void* value, SIMCLUSTER_HANDLE_KIND kind) {
+    return simulator.handles.Find(value, kind)->session;
+}
+
 template <class Result>
-DWORD OpenHandle(Simulator& simulator, SIMCLUSTER_HANDLE_KIND kind, ObjectId object, Result& result) {
+DWORD OpenHandle(Simulator& simulator, SIMCLUSTER_HANDLE_KIND kind, ObjectId object, ObjectId session,
+                 Result& result) {
     Handle handle;
     handle.kind = kind;
     handle.object = object;
+    handle.session = session;
     result = static_cast<Result>(simulator.handles.Open(std::move(handle)));
     return ERROR_SUCCESS;
 }
@@ -98,15 +105,19 @@ DWORD OpenHandle(Simulator& simulator, SIMCLUSTER_HANDLE_KIND kind, ObjectId obj
 template <class Result, class Find>
 DWORD OpenNamed(Simulator& simulator, HCLUSTER value, const wchar_t* name, SIMCLUSTER_HANDLE_KIND kind, DWORD missing,
                 Result& result, Find find) {
-    DWORD error = ResolveCluster(simulator, value);
+    Handle* connection = nullptr;
+    DWORD error = ResolveCluster(simulator, value, &connection);
     if (error != ERROR_SUCCESS) return error;
     if (!name || !*name) return ERROR_INVALID_PARAMETER;
     auto* object = find(std::wstring(name));
-    return object ? OpenHandle(simulator, kind, object->id, result) : missing;
+    return object ? OpenHandle(simulator, kind, object->id, connection->session, result) : missing;
 }
 
+// Closing a handle that died with its cluster handle answers
+// ERROR_INVALID_HANDLE, as for any handle that stands for nothing, and the
+// simulator forgets it.
 DWORD Close(Simulator& simulator, const void* value, SIMCLUSTER_HANDLE_KIND kind) {
-    return simulator.handles.Close(value, kind) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+    return simulator.handles.Close(value, kind) == HandleTable::Closed::Live ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
 using Items = std::vector<std::pair<DWORD, std::wstring>>;
@@ -169,9 +180,11 @@ DWORD ListItems(Cluster& cluster, Group& group, DWORD types, Items& items) {
 }
 
 template <class Result>
-DWORD OpenEnumeration(Simulator& simulator, SIMCLUSTER_HANDLE_KIND kind, Items items, Result& result) {
+DWORD OpenEnumeration(Simulator& simulator, SIMCLUSTER_HANDLE_KIND kind, ObjectId session, Items items,
+                      Result& result) {
     Handle handle;
     handle.kind = kind;
+    handle.session = session;
     handle.items = std::move(items);
     result = static_cast<Result>(simulator.handles.Open(std::move(handle)));
     return ERROR_SUCCESS;
@@ -179,22 +192,31 @@ DWORD OpenEnumeration(Simulator& simulator, SIMCLUSTER_HANDLE_KIND kind, Items i
 
 // An enumeration of what relates to the object behind a resource or group handle.
 template <class Object, class Value, class Result>
-DWORD OpenRelations(Simulator& simulator, Value value, DWORD types, SIMCLUSTER_HANDLE_KIND kind, Result& result) {
+DWORD OpenRelations(Simulator& simulator, Value value, SIMCLUSTER_HANDLE_KIND valueKind, DWORD types,
+                    SIMCLUSTER_HANDLE_KIND kind, Result& result) {
     Object* object = nullptr;
     Items items;
     DWORD error = Resolve(simulator, value, object);
     if (error == ERROR_SUCCESS) error = ListItems(simulator.cluster, *object, types, items);
-    return error != ERROR_SUCCESS ? error : OpenEnumeration(simulator, kind, std::move(items), result);
+    if (error != ERROR_SUCCESS) return error;
+    return OpenEnumeration(simulator, kind, SessionOf(simulator, value, valueKind), std::move(items), result);
 }
+
+// How an enumerator answers a null name buffer.
+enum class NullName {
+    MoreData,      // like any buffer too small: ERROR_MORE_DATA and the length
+    AsksLength,    // ERROR_SUCCESS and the length: ClusterResourceEnum's documented answer
+};
 
 // One entry of an enumeration taken when it was opened.
 DWORD Enumerate(Simulator& simulator, const void* value, SIMCLUSTER_HANDLE_KIND kind, DWORD index, LPDWORD type,
-                LPWSTR name, LPDWORD length) {
+                LPWSTR name, LPDWORD length, NullName nullName) {
     Handle* handle = simulator.handles.Find(value, kind);
     if (!handle) return ERROR_INVALID_HANDLE;
     if (index >= handle->items.size()) return ERROR_NO_MORE_ITEMS;
     if (type) *type = handle->items[index].first;
-    return CopyName(handle->items[index].second, name, length);
+    DWORD error = CopyName(handle->items[index].second, name, length);
+    return !name && nullName == NullName::AsksLength && error == ERROR_MORE_DATA ? DWORD(ERROR_SUCCESS) : error;
 }
 
 // The name of the network name resource a resource depends on: its own
@@ -249,15 +271,22 @@ HCLUSTER WINAPI OpenCluster(LPCWSTR name) {
         if (!node) return RPC_S_SERVER_UNAVAILABLE;
         Handle handle;
         handle.kind = SIMCLUSTER_HANDLE_CLUSTER;
+        handle.session = NextObjectId();
         handle.connection = node->id;
         result = static_cast<HCLUSTER>(simulator.handles.Open(std::move(handle)));
         return ERROR_SUCCESS;
     });
 }
 
+// The platform documents CloseCluster as always answering TRUE. Every
+// handle obtained from the cluster handle dies with it.
 BOOL WINAPI CloseCluster(HCLUSTER cluster) {
     return RunBoolEntryPoint(EntryPoint::CloseCluster, [&](Simulator& simulator) -> DWORD {
-        return Close(simulator, cluster, SIMCLUSTER_HANDLE_CLUSTER);
+        if (Handle* handle = simulator.handles.Find(cluster, SIMCLUSTER_HANDLE_CLUSTER)) {
+            simulator.handles.EndSession(handle->session);
+            simulator.handles.Close(cluster, SIMCLUSTER_HANDLE_CLUSTER);
+        }
+        return DWORD(ERROR_SUCCESS);
     });
 }
 
@@ -278,16 +307,19 @@ HCLUSENUM WINAPI ClusterOpenEnum(HCLUSTER cluster, DWORD types) {
     return RunHandleEntryPoint<HCLUSENUM>(
         EntryPoint::ClusterOpenEnum, [&](Simulator& simulator, HCLUSENUM& result) -> DWORD {
             Items items;
-            DWORD error = ResolveCluster(simulator, cluster);
+            Handle* connection = nullptr;
+            DWORD error = ResolveCluster(simulator, cluster, &connection);
             if (error == ERROR_SUCCESS) error = ClusterItems(simulator.cluster, types, items);
             if (error != ERROR_SUCCESS) return error;
-            return OpenEnumeration(simulator, SIMCLUSTER_HANDLE_CLUSTER_ENUM, std::move(items), result);
+            return OpenEnumeration(simulator, SIMCLUSTER_HANDLE_CLUSTER_ENUM, connection->session, std::move(items),
+                                   result);
         });
 }
 
 DWORD WINAPI ClusterEnum(HCLUSENUM enumeration, DWORD index, LPDWORD type, LPWSTR name, LPDWORD length) {
     return RunEntryPoint(EntryPoint::ClusterEnum, [&](Simulator& simulator) -> DWORD {
-        return Enumerate(simulator, enumeration, SIMCLUSTER_HANDLE_CLUSTER_ENUM, index, type, name, length);
+        return Enumerate(simulator, enumeration, SIMCLUSTER_HANDLE_CLUSTER_ENUM, index, type, name, length,
+                         NullName::MoreData);
     });
 }
 
@@ -355,13 +387,15 @@ DWORD WINAPI ClusterResourceControl(HRESOURCE value, HNODE hostNode, DWORD code,
 HRESENUM WINAPI ClusterResourceOpenEnum(HRESOURCE value, DWORD types) {
     return RunHandleEntryPoint<HRESENUM>(
         EntryPoint::ClusterResourceOpenEnum, [&](Simulator& simulator, HRESENUM& result) -> DWORD {
-            return OpenRelations<Resource>(simulator, value, types, SIMCLUSTER_HANDLE_RESOURCE_ENUM, result);
+            return OpenRelations<Resource>(simulator, value, SIMCLUSTER_HANDLE_RESOURCE, types,
+                                           SIMCLUSTER_HANDLE_RESOURCE_ENUM, result);
         });
 }
 
 DWORD WINAPI ClusterResourceEnum(HRESENUM enumeration, DWORD index, LPDWORD type, LPWSTR name, LPDWORD length) {
     return RunEntryPoint(EntryPoint::ClusterResourceEnum, [&](Simulator& simulator) -> DWORD {
-        return Enumerate(simulator, enumeration, SIMCLUSTER_HANDLE_RESOURCE_ENUM, index, type, name, length);
+        return Enumerate(simulator, enumeration, SIMCLUSTER_HANDLE_RESOURCE_ENUM, index, type, name, length,
+                         NullName::AsksLength);
     });
 }
 
@@ -424,6 +458,7 @@ DWORD WINAPI GetNodeClusterState(LPCWSTR node, LPDWORD state) {
 
 DWORD WINAPI BackupClusterDatabase(HCLUSTER cluster, LPCWSTR path) {
     return RunEntryPoint(EntryPoint::BackupClusterDatabase, [&](Simulator& simulator) -> DWORD {
+        if (DatabaseBackupRemoved(simulator.cluster)) return DWORD(ERROR_CALL_NOT_IMPLEMENTED);
         DWORD error = ResolveCluster(simulator, cluster);
         return error != ERROR_SUCCESS ? error : BackupDatabase(simulator.cluster, FromCaller(path));
     });
@@ -431,6 +466,7 @@ DWORD WINAPI BackupClusterDatabase(HCLUSTER cluster, LPCWSTR path) {
 
 DWORD WINAPI RestoreClusterDatabase(LPCWSTR path, BOOL force, LPCWSTR quorumDrive) {
     return RunEntryPoint(EntryPoint::RestoreClusterDatabase, [&](Simulator& simulator) -> DWORD {
+        if (DatabaseBackupRemoved(simulator.cluster)) return DWORD(ERROR_CALL_NOT_IMPLEMENTED);
         return RestoreDatabase(simulator.cluster, FromCaller(path), force != FALSE, quorumDrive);
     });
 }
@@ -448,7 +484,8 @@ HGROUP WINAPI CreateClusterGroup(HCLUSTER cluster, LPCWSTR name) {
                                            group.name = name;
                                            group.owner = connection->connection;
                                            simulator.cluster.groups.push_back(group);
-                                           return OpenHandle(simulator, SIMCLUSTER_HANDLE_GROUP, group.id, result);
+                                           return OpenHandle(simulator, SIMCLUSTER_HANDLE_GROUP, group.id,
+                                                             connection->session, result);
                                        });
 }
 
@@ -487,8 +524,10 @@ HRESOURCE WINAPI CreateClusterResource(HGROUP value, LPCWSTR name, LPCWSTR typeN
             for (const Node& node : cluster.nodes) resource.possibleOwners.push_back(node.id);
             resource.common = DefaultResourceCommonProperties();
             resource.common.Set(L"SeparateMonitor", DwordValue(flags & CLUSTER_RESOURCE_SEPARATE_MONITOR));
+            resource.online.delayMs = resource.offline.delayMs = cluster.pendingMs;
             cluster.resources.push_back(resource);
-            return OpenHandle(simulator, SIMCLUSTER_HANDLE_RESOURCE, resource.id, result);
+            return OpenHandle(simulator, SIMCLUSTER_HANDLE_RESOURCE, resource.id,
+                              SessionOf(simulator, value, SIMCLUSTER_HANDLE_GROUP), result);
         });
 }
 
@@ -582,13 +621,15 @@ DWORD WINAPI RemoveClusterResourceNode(HRESOURCE value, HNODE nodeValue) {
 HGROUPENUM WINAPI ClusterGroupOpenEnum(HGROUP value, DWORD types) {
     return RunHandleEntryPoint<HGROUPENUM>(
         EntryPoint::ClusterGroupOpenEnum, [&](Simulator& simulator, HGROUPENUM& result) -> DWORD {
-            return OpenRelations<Group>(simulator, value, types, SIMCLUSTER_HANDLE_GROUP_ENUM, result);
+            return OpenRelations<Group>(simulator, value, SIMCLUSTER_HANDLE_GROUP, types,
+                                        SIMCLUSTER_HANDLE_GROUP_ENUM, result);
         });
 }
 
 DWORD WINAPI ClusterGroupEnum(HGROUPENUM enumeration, DWORD index, LPDWORD type, LPWSTR name, LPDWORD length) {
     return RunEntryPoint(EntryPoint::ClusterGroupEnum, [&](Simulator& simulator) -> DWORD {
-        return Enumerate(simulator, enumeration, SIMCLUSTER_HANDLE_GROUP_ENUM, index, type, name, length);
+        return Enumerate(simulator, enumeration, SIMCLUSTER_HANDLE_GROUP_ENUM, index, type, name, length,
+                         NullName::MoreData);
     });
 }
 

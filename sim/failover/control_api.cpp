@@ -206,6 +206,15 @@ BOOL WINAPI SimCluster_ScriptTransition(const wchar_t* resource, int target, DWO
     });
 }
 
+BOOL WINAPI SimCluster_SetPendingTime(DWORD delayMs) {
+    return Control([&](Simulator& simulator) -> std::wstring {
+        if (!simulator.cluster.present) return L"there is no cluster";
+        simulator.cluster.pendingMs = delayMs;
+        for (Resource& resource : simulator.cluster.resources) resource.online.delayMs = resource.offline.delayMs = delayMs;
+        return std::wstring();
+    });
+}
+
 BOOL WINAPI SimCluster_InjectFailure(const wchar_t* entryPoint, DWORD nth, DWORD count, DWORD error) {
     Locked simulator;
     if (!simulator->InjectFailure(FromCaller(entryPoint), nth, count, error)) return FALSE;

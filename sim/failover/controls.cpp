@@ -133,11 +133,21 @@ std::vector<PropertyMap::Entry> CommonProperties(const Resource& resource) {
     return properties;
 }
 
+// The properties of a list a caller sends. A caller may not send an
+// expanded string: the platform only ever hands those out.
+DWORD ReadChanges(const ControlCall& call, std::vector<PropertyMap::Entry>& properties) {
+    DWORD result = ParsePropertyList(call.input, call.inputSize, properties);
+    if (result != ERROR_SUCCESS) return result;
+    for (const PropertyMap::Entry& property : properties)
+        if (property.second.syntax == kExpandedSzSyntax) return ERROR_INVALID_PARAMETER;
+    return ERROR_SUCCESS;
+}
+
 // Merges a property list into the resource's common properties. A common
 // property keeps its format; "Name" renames the resource.
 DWORD SetCommonProperties(Cluster& cluster, Resource& resource, const ControlCall& call) {
     std::vector<PropertyMap::Entry> properties;
-    DWORD result = ParsePropertyList(call.input, call.inputSize, properties);
+    DWORD result = ReadChanges(call, properties);
     if (result != ERROR_SUCCESS) return result;
     for (const PropertyMap::Entry& property : properties) {
         if (SameName(property.first, L"Name")) {
@@ -162,7 +172,7 @@ DWORD SetCommonProperties(Cluster& cluster, Resource& resource, const ControlCal
 // keeps them for its next start: ERROR_RESOURCE_PROPERTIES_STORED.
 DWORD SetPrivateProperties(Resource& resource, const ControlCall& call) {
     std::vector<PropertyMap::Entry> properties;
-    DWORD result = ParsePropertyList(call.input, call.inputSize, properties);
+    DWORD result = ReadChanges(call, properties);
     if (result != ERROR_SUCCESS) return result;
     for (const PropertyMap::Entry& property : properties)
         resource.privateProperties.Set(property.first, property.second);
@@ -206,6 +216,7 @@ std::vector<BYTE> CheckpointList(const Resource& resource) {
 DWORD ControlResource(Cluster& cluster, Resource& resource, const ControlCall& call) {
     switch (call.code) {
         case CLUSCTL_RESOURCE_GET_CLASS_INFO: {
+            // The class the resource's type gives (see StandardResourceTypes).
             CLUS_RESOURCE_CLASS_INFO info{resource.resourceClass, resource.subClass};
             return Reply(BytesOf(info), call);
         }

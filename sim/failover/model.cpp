@@ -200,21 +200,32 @@ Node* Cluster::OwnerOf(const Resource& resource) {
     return group ? FindNode(group->owner) : nullptr;
 }
 
-std::vector<ResourceType> StandardResourceTypes() {
-    return {
+std::vector<ResourceType> StandardResourceTypes(const CLUSTERVERSIONINFO& version) {
+    const bool version6 = version.MajorVersion >= 6;
+    const DWORD addressClass = version6 ? CLUS_RESCLASS_NETWORK : CLUS_RESCLASS_UNKNOWN;
+    const DWORD addressSubClass = version6 ? CLUS_RESSUBCLASS_NETWORK_INTERNET_PROTOCOL : 0;
+    std::vector<ResourceType> types = {
         {L"Physical Disk", CLUS_RESCLASS_STORAGE, CLUS_RESSUBCLASS_SHARED},
-        {L"IP Address", CLUS_RESCLASS_NETWORK, CLUS_RESSUBCLASS_NETWORK_INTERNET_PROTOCOL},
-        {L"IPv6 Address", CLUS_RESCLASS_NETWORK, CLUS_RESSUBCLASS_NETWORK_INTERNET_PROTOCOL},
-        {L"Network Name", CLUS_RESCLASS_NETWORK, 0},
+        {L"IP Address", addressClass, addressSubClass},
+        {L"Network Name", CLUS_RESCLASS_UNKNOWN, 0},
         {L"Generic Service", CLUS_RESCLASS_UNKNOWN, 0},
         {L"Generic Application", CLUS_RESCLASS_UNKNOWN, 0},
         {L"Generic Script", CLUS_RESCLASS_UNKNOWN, 0},
         {L"File Share", CLUS_RESCLASS_UNKNOWN, 0},
-        {L"File Server", CLUS_RESCLASS_UNKNOWN, 0},
         {L"Distributed Transaction Coordinator", CLUS_RESCLASS_UNKNOWN, 0},
-        {L"Virtual Machine", CLUS_RESCLASS_UNKNOWN, 0},
-        {L"Virtual Machine Configuration", CLUS_RESCLASS_UNKNOWN, 0},
     };
+    if (version6) {
+        types.insert(types.end(), {{L"IPv6 Address", addressClass, addressSubClass},
+                                   {L"IPv6 Tunnel Address", addressClass, addressSubClass},
+                                   {L"File Server", CLUS_RESCLASS_UNKNOWN, 0},
+                                   {L"Virtual Machine", CLUS_RESCLASS_UNKNOWN, 0},
+                                   {L"Virtual Machine Configuration", CLUS_RESCLASS_UNKNOWN, 0}});
+    } else {
+        types.insert(types.end(), {{L"Majority Node Set", CLUS_RESCLASS_UNKNOWN, 0},
+                                   {L"Local Quorum", CLUS_RESCLASS_UNKNOWN, 0},
+                                   {L"Print Spooler", CLUS_RESCLASS_UNKNOWN, 0}});
+    }
+    return types;
 }
 
 PropertyMap DefaultResourceCommonProperties() {

@@ -26,7 +26,7 @@ struct Node {
 };
 
 struct Partition {
-    std::wstring device;  // "S:\", or a shared volume's mount point
+    std::wstring device;  // "S:" (the platform gives no backslash), or a shared volume's mount point
     std::wstring label;
     std::wstring fileSystem = L"NTFS";
     GUID volumeGuid = {};
@@ -61,11 +61,16 @@ struct SharedVolume {
 
 // How a resource answers a request to go online or offline: after `delayMs`
 // of virtual time it reaches `finalState` (the target, or Failed). A delay of
-// 0 completes within the call.
+// 0 completes within the call. Real resources commonly answer ERROR_IO_PENDING
+// from their online and offline entry points and pass through the pending
+// state, so a resource takes its cluster's pending time unless told otherwise.
 struct Transition {
     DWORD delayMs = 0;
     CLUSTER_RESOURCE_STATE finalState;
 };
+
+// The time a resource spends pending when nothing else was said.
+constexpr DWORD kDefaultPendingMs = 500;
 
 // A resource type's name, kept once however many resources have the type,
 // so that reading the types of many resources touches a few shared strings.
@@ -183,7 +188,7 @@ struct Cluster {
     std::wstring name;
     std::vector<std::wstring> aliases;  // further names OpenCluster accepts (DNS name, address)
     CLUSTERVERSIONINFO version = {};
-    bool backupSupported = true;
+    DWORD pendingMs = kDefaultPendingMs;  // for resources that name no transition time of their own
     Quorum quorum;
     PropertyMap commonProperties;
     PropertyMap readOnlyCommonProperties;
@@ -219,10 +224,19 @@ struct Cluster {
     bool DependsOn(const Resource& from, const Resource& to);
     Node* OwnerOf(const Resource& resource);
     bool IsSharedVolume(const Resource& resource) const { return !resource.sharedVolumes.empty(); }
+
+    // What depends on the cluster's version. Windows Server 2008 is version
+    // 6.0; the clusters before it (5.x) speak the older management protocol.
+    bool BeforeVersion6() const { return version.MajorVersion < 6; }
+    bool IsVersion6_0() const { return version.MajorVersion == 6 && version.MinorVersion == 0; }
 };
 
-// The resource types every cluster knows, with their class.
-std::vector<ResourceType> StandardResourceTypes();
+// The resource types every cluster of this version knows, with the class the
+// platform reports for each: Physical Disk is storage with the shared
+// subclass; from version 6.0 on the IP address types are network with the
+// subclass 0x80000000; every other type is of unknown class, subclass 0
+// (Network Name included).
+std::vector<ResourceType> StandardResourceTypes(const CLUSTERVERSIONINFO& version);
 
 // The common properties a new resource starts with.
 PropertyMap DefaultResourceCommonProperties();

@@ -87,6 +87,15 @@ void AppendPadded(std::vector<BYTE>& bytes, const void* data, size_t size) {
 
 void AppendDword(std::vector<BYTE>& bytes, DWORD value) { AppendPadded(bytes, &value, sizeof value); }
 
+// The string with its environment variables expanded, as this machine has them.
+std::wstring Expanded(const std::wstring& text) {
+    DWORD size = ExpandEnvironmentStringsW(text.c_str(), nullptr, 0);
+    std::wstring expanded(size, L'\0');
+    if (size == 0 || ExpandEnvironmentStringsW(text.c_str(), &expanded[0], size) == 0) return text;
+    expanded.resize(size - 1);
+    return expanded;
+}
+
 }  // namespace
 
 std::wstring PropertyValue::Text() const {
@@ -160,6 +169,8 @@ std::vector<BYTE> BuildPropertyList(const std::vector<PropertyMap::Entry>& prope
     for (const PropertyMap::Entry& property : properties) {
         writer.Add(StringValue(property.first, CLUSPROP_SYNTAX_NAME));
         writer.Add(property.second);
+        if (property.second.syntax == CLUSPROP_SYNTAX_LIST_VALUE_EXPAND_SZ)
+            writer.Add(StringValue(Expanded(property.second.Text()), kExpandedSzSyntax));
         writer.EndMark();
     }
     return std::move(writer.Bytes());

@@ -16,6 +16,11 @@
 
 namespace simcluster {
 
+// The syntax of an expandable string with its environment variables
+// expanded, which the platform adds after every expandable string it
+// returns (CLUSPROP_SYNTAX_LIST_VALUE_EXPANDED_SZ).
+constexpr DWORD kExpandedSzSyntax = 0x00010008;
+
 struct PropertyValue {
     DWORD syntax = CLUSPROP_SYNTAX_LIST_VALUE_SZ;
     std::vector<BYTE> data;  // as it appears in a list (strings with their terminator)
@@ -57,7 +62,9 @@ private:
     std::vector<BYTE> bytes_;
 };
 
-// A property list of the given properties, in order.
+// A property list of the given properties, in order. An expandable string
+// comes back as two values, as the platform returns it: the string as
+// stored, then the same string with its environment variables expanded.
 std::vector<BYTE> BuildPropertyList(const std::vector<PropertyMap::Entry>& properties);
 
 // Reads the properties of a caller's list (the first value of each), never

@@ -343,8 +343,8 @@ private:
         fields.Rename("cluster " + Quote(cluster_.name));
         cluster_.installed = fields.Bool("installed", true);
         cluster_.aliases = fields.Strings("aliases");
-        cluster_.backupSupported = fields.Bool("backupSupported", true);
         ReadVersion(fields.Get("version"));
+        cluster_.pendingMs = fields.Dword("pendingMs", kDefaultPendingMs);
         if (const Json* quorum = fields.Get("quorum")) {
             Fields quorumFields(*quorum, "the quorum of " + fields.Where());
             cluster_.quorum.resource = quorumFields.RequiredString("resource");
@@ -395,7 +395,7 @@ private:
     }
 
     void ReadTypes(const Json* types) {
-        cluster_.types = StandardResourceTypes();
+        cluster_.types = StandardResourceTypes(cluster_.version);
         if (!types) return;
         for (const Json& json : *types) {
             Fields fields(json, "a resource type");
@@ -505,6 +505,7 @@ private:
         if (const Json* disk = fields.Get("disk")) resource.disk = ReadDisk(*disk, "the disk of " + where);
         if (const Json* volumes = fields.Array("sharedVolumes"))
             for (const Json& volume : *volumes) resource.sharedVolumes.push_back(ReadSharedVolume(volume, where));
+        resource.online.delayMs = resource.offline.delayMs = cluster_.pendingMs;
         if (const Json* transitions = fields.Get("transitions")) ReadTransitions(*transitions, resource, where);
         fields.Done();
         if (!resource.sharedVolumes.empty()) GiveSharedVolumePartitions(resource);
@@ -529,6 +530,9 @@ private:
         Partition partition;
         partition.device = fields.RequiredString("device");
         fields.Rename("partition " + Quote(partition.device) + " of " + where);
+        // The platform names a partition's device without a backslash, "S:".
+        if (partition.device.back() == L'\\')
+            Fail(fields.Where() + " ends its 'device' with a backslash; the platform gives device names such as \"S:\"");
         partition.label = fields.String("label");
         partition.fileSystem = fields.String("fileSystem", partition.fileSystem);
         std::wstring guid = fields.String("guid");
@@ -567,14 +571,14 @@ private:
         return volume;
     }
 
-    // A shared volume's disk shows its volumes as partitions, mounted where
-    // the volumes are.
+    // A shared volume's disk shows its volumes as partitions, named by the
+    // volumes' mount points without a trailing backslash.
     static void GiveSharedVolumePartitions(Resource& resource) {
         if (!resource.disk) resource.disk = Disk();
         if (!resource.disk->partitions.empty()) return;
         for (const SharedVolume& volume : resource.sharedVolumes) {
             Partition partition;
-            partition.device = volume.path + L"\\";
+            partition.device = volume.path;
             partition.label = volume.friendlyName;
             partition.number = volume.partitionNumber;
             partition.deviceNumber = resource.disk->diskNumber;
@@ -597,7 +601,7 @@ private:
             const Json* value = fields.Get(kind.key);
             if (!value) continue;
             Fields transition(*value, std::string("the ") + kind.key + " transition of " + where);
-            kind.transition.delayMs = transition.Dword("delayMs", 0);
+            kind.transition.delayMs = transition.Dword("delayMs", kind.transition.delayMs);
             if (const Json* result = transition.Get("result"))
                 kind.transition.finalState = ReadNamed(*result, kResourceStates, "the result of " + transition.Where());
             if (kind.transition.finalState != kind.target && kind.transition.finalState != ClusterResourceFailed)
@@ -741,7 +745,7 @@ std::string WriteScenario(Cluster& cluster) {
                        {"highest", version.dwClusterHighestVersion},
                        {"lowest", version.dwClusterLowestVersion},
                        {"flags", version.dwFlags}};
-    info["backupSupported"] = cluster.backupSupported;
+    info["pendingMs"] = cluster.pendingMs;
     if (!cluster.quorum.resource.empty())
         info["quorum"] = {{"resource", Narrow(cluster.quorum.resource)},
                           {"path", Narrow(cluster.quorum.path)},

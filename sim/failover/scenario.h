@@ -10,7 +10,7 @@
 //   {
 //     "cluster": {"name": "ORVCLUS01", "installed": true, "aliases": [...],
 //                 "version": {"major": 6, "minor": 1, "build": 7601, "vendor": "...", "csdVersion": "..."},
-//                 "backupSupported": true,
+//                 "pendingMs": 500,
 //                 "quorum": {"resource": "Cluster Disk Q", "path": "Q:\\MSCS\\", "maxLogSize": 4194304},
 //                 "commonProperties": {...}, "readOnlyCommonProperties": {"SharedVolumesRoot": "C:\\ClusterStorage"}},
 //     "nodes": [{"name": "NODE1", "state": "up", "local": true}, ...],
@@ -21,11 +21,18 @@
 //                    "possibleOwners": [...], "dependencies": [...], "common": {...}, "private": {...},
 //                    "networkName": "...", "checkpoints": [...], "core": false,
 //                    "disk": {"signature": 1, "scsiAddress": 0, "diskNumber": 1, "size": 0,
-//                             "partitions": [{"device": "S:\\", "label": "...", "guid": "{...}", "number": 1}]},
+//                             "partitions": [{"device": "S:", "label": "...", "guid": "{...}", "number": 1}]},
 //                    "sharedVolumes": [{"path": "C:\\ClusterStorage\\Volume1", "volumeName": "\\\\?\\Volume{...}\\"}],
 //                    "transitions": {"online": {"delayMs": 3000, "result": "online"},
 //                                    "offline": {"delayMs": 0, "result": "offline"}}}]
 //   }
+//
+// The version decides what the platform does differently across releases:
+// from 6.0 on the cluster database can be neither backed up nor restored,
+// and the IP address types report the network class. "pendingMs" (500 when
+// absent) is how long each resource stays pending on its way online or
+// offline unless its own "transitions" say otherwise; 0 completes every
+// transition within the call.
 //
 // Property values: a string (REG_SZ-like), a number (32-bit; negative: signed;
 // above 32 bits: 64-bit), true/false (32-bit 1/0), or an object naming the

@@ -18,10 +18,32 @@
 //   ClusterStateNotInstalled.
 //
 // Time
-//   The simulator reads time from the virtual clock (simclock.h). A resource
-//   whose transition is scripted goes pending when asked to go online or
-//   offline, and reaches its final state once the virtual clock has advanced
-//   by the scripted delay (SimClock_Sleep). No thread runs in the background.
+//   The simulator reads time from the virtual clock (simclock.h). As real
+//   resources commonly do, a resource asked to go online or offline answers
+//   ERROR_IO_PENDING, goes pending, and reaches its final state once the
+//   virtual clock has advanced by its transition time (SimClock_Sleep): the
+//   scenario's "pendingMs" (500 ms when absent) unless the resource's own
+//   "transitions" or SimCluster_ScriptTransition say otherwise. A time of 0
+//   completes within the call (SimCluster_SetPendingTime(0) for the whole
+//   cluster). No thread runs in the background.
+//
+// Handles
+//   Every handle belongs to the cluster handle it was obtained from. Once
+//   that cluster handle is closed (CloseCluster always answers TRUE), the
+//   handles obtained from it are invalid: used, they answer
+//   ERROR_INVALID_HANDLE in the way each function reports a failure, and
+//   closed, their close function answers ERROR_INVALID_HANDLE too (FALSE for
+//   the BOOL ones). They stay counted by SimCluster_OpenHandles until they
+//   are handed to their close function, so that a test sees whether a
+//   program closed every handle it opened.
+//
+// Version
+//   The scenario's cluster version decides what differs across releases:
+//   BackupClusterDatabase and RestoreClusterDatabase answer
+//   ERROR_CALL_NOT_IMPLEMENTED and do nothing from version 6.0 on;
+//   OfflineClusterResource of a failed resource answers
+//   ERROR_RESOURCE_FAILED before version 6.1 and goes offline from 6.1 on;
+//   IP address resources report the network class from 6.0 on.
 //
 // States use the platform's values: CLUSTER_RESOURCE_STATE,
 // CLUSTER_GROUP_STATE and CLUSTER_NODE_STATE.
@@ -111,6 +133,11 @@ SIMCLUSTER_API BOOL WINAPI SimCluster_SetClusterProperty(BOOL readOnly, const wc
 // ClusterResourceFailed). A delay of 0 completes within the call.
 SIMCLUSTER_API BOOL WINAPI SimCluster_ScriptTransition(const wchar_t* resource, int target, DWORD delayMs,
                                                        int finalState);
+
+// Gives every resource, and those created later, `delayMs` of pending time
+// on its way online and offline (final states unchanged). 0 brings back
+// transitions that complete within the call. FALSE without a cluster.
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetPendingTime(DWORD delayMs);
 
 // ---- Faults and counters ----
 

@@ -39,13 +39,21 @@ void* HandleTable::Open(Handle handle) {
 
 Handle* HandleTable::Find(const void* value, SIMCLUSTER_HANDLE_KIND kind) {
     auto it = handles_.find(value);
-    return it != handles_.end() && it->second->kind == kind ? it->second.get() : nullptr;
+    return it != handles_.end() && it->second->kind == kind && !it->second->dead ? it->second.get() : nullptr;
 }
 
-bool HandleTable::Close(const void* value, SIMCLUSTER_HANDLE_KIND kind) {
-    if (!Find(value, kind)) return false;
-    handles_.erase(value);
-    return true;
+HandleTable::Closed HandleTable::Close(const void* value, SIMCLUSTER_HANDLE_KIND kind) {
+    auto it = handles_.find(value);
+    if (it == handles_.end() || it->second->kind != kind) return Closed::Unknown;
+    Closed closed = it->second->dead ? Closed::Dead : Closed::Live;
+    handles_.erase(it);
+    return closed;
+}
+
+void HandleTable::EndSession(ObjectId session) {
+    for (auto& entry : handles_)
+        if (entry.second->session == session && entry.second->kind != SIMCLUSTER_HANDLE_CLUSTER)
+            entry.second->dead = true;
 }
 
 DWORD HandleTable::Count(SIMCLUSTER_HANDLE_KIND kind) const {

@@ -23,8 +23,18 @@ enum class EntryPoint {
 
 // What a cluster API handle stands for. The handle value is the address of
 // this record; a value that is not in the table is never dereferenced.
+//
+// Every handle belongs to the cluster handle it was obtained from, directly
+// or through another handle (its session). The platform says that once a
+// cluster handle is closed, all handles obtained from it are invalid: they
+// die with it. A dead handle answers ERROR_INVALID_HANDLE wherever it is
+// used, but stays in the table, and is counted as open, until the program
+// hands it to its close function; so the counters still show whether a
+// program closed every handle it opened.
 struct Handle {
     SIMCLUSTER_HANDLE_KIND kind;
+    ObjectId session = 0;                               // the cluster handle's, never reused
+    bool dead = false;                                  // its cluster handle was closed
     ObjectId object = 0;                                // the node, group, resource or network
     ObjectId connection = 0;                            // cluster handles: the node the connection was made to
     std::vector<std::pair<DWORD, std::wstring>> items;  // enumerations: type and name, taken at opening
@@ -32,9 +42,16 @@ struct Handle {
 
 class HandleTable {
 public:
+    // What closing a handle found.
+    enum class Closed { Live, Dead, Unknown };
+
     void* Open(Handle handle);
+    // A live handle of this kind, or null.
     Handle* Find(const void* value, SIMCLUSTER_HANDLE_KIND kind);
-    bool Close(const void* value, SIMCLUSTER_HANDLE_KIND kind);
+    // Forgets a handle of this kind, live or dead.
+    Closed Close(const void* value, SIMCLUSTER_HANDLE_KIND kind);
+    // Kills every handle of the session but the cluster handle itself.
+    void EndSession(ObjectId session);
     DWORD Count(SIMCLUSTER_HANDLE_KIND kind) const;
 
 private:

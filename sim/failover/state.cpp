@@ -144,12 +144,23 @@ void ForceState(Resource& resource, CLUSTER_RESOURCE_STATE state) {
 DWORD BringOnline(Cluster& cluster, Resource& resource) {
     Node* owner = cluster.OwnerOf(resource);
     if (!owner || owner->state == ClusterNodeDown) return ERROR_HOST_NODE_NOT_AVAILABLE;
+    // The platform refuses to start a resource that is already on its way
+    // somewhere: only an initializing, online, offline or failed one.
+    if (IsPending(CurrentState(resource))) return ERROR_INVALID_STATE;
     if (AnyInState(Closure(cluster, resource, true), ClusterResourceOfflinePending)) return ERROR_INVALID_STATE;
     ULONGLONG now = Now();
     return Answer(ScheduleOnline(cluster, resource, now), now, ClusterResourceOnline);
 }
 
 DWORD TakeOffline(Cluster& cluster, Resource& resource) {
+    // The platform stops only an online, offline or failed resource.
+    CLUSTER_RESOURCE_STATE state = CurrentState(resource);
+    if (state != ClusterResourceOnline && state != ClusterResourceOffline && state != ClusterResourceFailed)
+        return ERROR_INVALID_STATE;
+    // A failed resource goes offline at once from version 6.1 on; before,
+    // the platform answers ERROR_RESOURCE_FAILED and leaves it failed.
+    if (state == ClusterResourceFailed && (cluster.BeforeVersion6() || cluster.IsVersion6_0()))
+        return ERROR_RESOURCE_FAILED;
     if (AnyInState(Closure(cluster, resource, false), ClusterResourceOnlinePending)) return ERROR_INVALID_STATE;
     ULONGLONG now = Now();
     return Answer(ScheduleOffline(cluster, resource, now), now, ClusterResourceOffline);

@@ -20,11 +20,15 @@ void ForceState(Resource& resource, CLUSTER_RESOURCE_STATE state);
 
 // OnlineClusterResource: brings the resource's dependencies online first,
 // then the resource. ERROR_SUCCESS when everything was online within the
-// call, ERROR_IO_PENDING while a transition runs, else the failure.
+// call, ERROR_IO_PENDING while a transition runs (the common case),
+// ERROR_INVALID_STATE when the resource itself is already pending, else the
+// failure.
 DWORD BringOnline(Cluster& cluster, Resource& resource);
 
 // OfflineClusterResource: takes the resources that depend on this one
-// offline first. A failed resource goes offline at once.
+// offline first. ERROR_INVALID_STATE when the resource is pending or
+// initializing. A failed resource goes offline at once from version 6.1 on;
+// on earlier clusters it stays failed and the answer is ERROR_RESOURCE_FAILED.
 DWORD TakeOffline(Cluster& cluster, Resource& resource);
 
 // OnlineClusterGroup: moves the group to `destination` (its owner when null)

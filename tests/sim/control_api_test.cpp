@@ -1,4 +1,7 @@
-// The simulator's control API: scenarios, failure injection, counters.
+// The simulator's control API and its handles: scenarios, failure
+// injection, counters, handles that die with their cluster handle.
+
+#include <functional>
 
 #include "sim_test.h"
 
@@ -15,20 +18,15 @@ std::string SavedScenario() {
     return text;
 }
 
-const char kSmallCluster[] = R"({
-  "cluster": {"name": "SMALL"},
-  "nodes": [{"name": "N1", "local": true}],
-  "groups": [{"name": "G"}],
-  "resources": [{"name": "R", "type": "Generic Service", "group": "G"}]
-})";
-
 using ControlApi = SimulatorTest;
 
-TEST_F(ControlApi, SavedScenarioLoadsBackToTheSameCluster) {
-    std::string saved = SavedScenario();
-    ASSERT_TRUE(SimCluster_LoadScenarioText(saved.c_str())) << Utf8(SimCluster_LastError());
-    EXPECT_EQ(saved, SavedScenario());
-    EXPECT_NE(std::string::npos, saved.find("\"SharedVolumesRoot\": \"C:\\\\ClusterStorage\""));
+TEST_F(ControlApi, EachBundledScenarioSavesToTextThatLoadsBackToTheSameCluster) {
+    for (const std::wstring& scenario : {ExampleScenario(), ExampleScenario52()}) {
+        ASSERT_TRUE(SimCluster_LoadScenarioFile(scenario.c_str())) << Utf8(SimCluster_LastError());
+        std::string saved = SavedScenario();
+        ASSERT_TRUE(SimCluster_LoadScenarioText(saved.c_str())) << Utf8(SimCluster_LastError());
+        EXPECT_EQ(saved, SavedScenario()) << Utf8(scenario);
+    }
 }
 
 TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheClusterStays) {
@@ -43,6 +41,9 @@ TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheCluste
         {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G"}],
              "resources": [{"name": "X", "type": "Toaster", "group": "G"}]})",
          "scenario: resource 'X' names unknown resource type 'Toaster'"},
+        {R"({"cluster": {"name": "C", "version": {"major": 5, "minor": 2}}, "nodes": [{"name": "N"}],
+             "groups": [{"name": "G"}], "resources": [{"name": "X", "type": "IPv6 Address", "group": "G"}]})",
+         "scenario: resource 'X' names unknown resource type 'IPv6 Address'"},
         {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G"}],
              "resources": [{"name": "A", "type": "IP Address", "group": "G", "dependencies": ["B"]},
                            {"name": "B", "type": "IP Address", "group": "G", "dependencies": ["A"]}]})",
@@ -51,6 +52,10 @@ TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheCluste
              "resources": [{"name": "A", "type": "IP Address", "group": "G"},
                            {"name": "B", "type": "IP Address", "group": "H", "dependencies": ["A"]}]})",
          "scenario: resource 'B' depends on 'A' of another group"},
+        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G"}],
+             "resources": [{"name": "D", "type": "Physical Disk", "group": "G",
+                            "disk": {"partitions": [{"device": "S:\\"}]}}]})",
+         "scenario: partition 'S:\\' of the disk of resource 'D' ends its 'device' with a backslash"},
         {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N", "stat": "up"}]})",
          "scenario: node 'N' has unknown field 'stat'"},
         {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N", "state": "sleeping"}]})",
@@ -72,7 +77,7 @@ TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheCluste
     DWORD length = 64;
     ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().GetClusterInformation(cluster_.get(), name, &length, nullptr));
     EXPECT_STREQ(L"ORVCLUS01", name);
-    EXPECT_TRUE(SimCluster_LoadScenarioText(kSmallCluster));
+    EXPECT_TRUE(SimCluster_LoadScenarioText(R"({"cluster": {"name": "SMALL"}, "nodes": [{"name": "N1"}]})"));
     EXPECT_STREQ(L"", SimCluster_LastError());
 }
 
@@ -81,27 +86,25 @@ TEST_F(ControlApi, WithoutScenarioThereIsNoCluster) {
     SetLastError(0);
     EXPECT_EQ(nullptr, Sim().OpenCluster(nullptr));
     EXPECT_EQ(DWORD(RPC_S_SERVER_UNAVAILABLE), GetLastError());
-    EXPECT_EQ(nullptr, Sim().OpenCluster(L"ORVCLUS01"));
     DWORD state = 99;
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().GetNodeClusterState(nullptr, &state));
     EXPECT_EQ(DWORD(ClusterStateNotInstalled), state);
     // A handle of the old cluster now reaches nothing.
     EXPECT_EQ(DWORD(RPC_S_SERVER_UNAVAILABLE), Sim().GetClusterInformation(cluster_.get(), nullptr, &state, nullptr));
+    EXPECT_FALSE(SimCluster_SetPendingTime(0));
 }
 
-TEST_F(ControlApi, InjectedFailureHitsTheNthCallOnlyAndIsReportedTheWayTheFunctionReports) {
+TEST_F(ControlApi, InjectedFailureHitsTheNthCallsOnlyAndIsReportedTheWayTheFunctionReports) {
     ASSERT_TRUE(SimCluster_InjectFailure(L"OpenClusterResource", 2, 1, ERROR_NOT_ENOUGH_MEMORY));
     ASSERT_TRUE(SimCluster_InjectFailure(L"GetClusterResourceState", 1, 1, ERROR_GEN_FAILURE));
     ASSERT_TRUE(SimCluster_InjectFailure(L"CloseClusterResource", 1, 1, ERROR_ACCESS_DENIED));
     ASSERT_TRUE(SimCluster_InjectFailure(L"OnlineClusterResource", 1, 0, ERROR_BUSY));
 
     Owned<HRESOURCE> first = Resource(L"Orvane IP Address");
-    EXPECT_TRUE(first);
-    SetLastError(0);
     EXPECT_EQ(nullptr, Sim().OpenClusterResource(cluster_.get(), L"Orvane IP Address"));
     EXPECT_EQ(DWORD(ERROR_NOT_ENOUGH_MEMORY), GetLastError());
     Owned<HRESOURCE> third = Resource(L"Orvane IP Address");
-    EXPECT_TRUE(third);
+    EXPECT_TRUE(first && third);
 
     EXPECT_EQ(ClusterResourceStateUnknown,
               Sim().GetClusterResourceState(first.get(), nullptr, nullptr, nullptr, nullptr));
@@ -116,49 +119,86 @@ TEST_F(ControlApi, InjectedFailureHitsTheNthCallOnlyAndIsReportedTheWayTheFuncti
     SimCluster_ClearFailures();
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().OnlineClusterResource(first.get()));
 
+    EXPECT_EQ(4u, SimCluster_CallCount(L"OnlineClusterResource"));  // failed calls included
+    EXPECT_EQ(0u, SimCluster_CallCount(L"NoSuchFunction"));
     EXPECT_FALSE(SimCluster_InjectFailure(L"OpenClusterWidget", 1, 1, ERROR_BUSY));
     EXPECT_EQ("no entry point is named 'OpenClusterWidget'", Utf8(SimCluster_LastError()));
-}
-
-TEST_F(ControlApi, CallsAreCountedPerEntryPointFailuresIncluded) {
-    EXPECT_EQ(1u, SimCluster_CallCount(L"OpenCluster"));  // by the fixture
-    SimCluster_InjectFailure(L"OpenClusterGroup", 1, 1, ERROR_BUSY);
-    Owned<HGROUP> failed = Group(L"Orvane Group");
-    Owned<HGROUP> group = Group(L"Orvane Group");
-    EXPECT_FALSE(failed);
-    EXPECT_EQ(2u, SimCluster_CallCount(L"OpenClusterGroup"));
-    EXPECT_EQ(0u, SimCluster_CallCount(L"OpenClusterNode"));
-    EXPECT_EQ(0u, SimCluster_CallCount(L"NoSuchFunction"));
     SimCluster_ResetCounters();
-    EXPECT_EQ(0u, SimCluster_CallCount(L"OpenClusterGroup"));
+    EXPECT_EQ(0u, SimCluster_CallCount(L"OpenClusterResource"));
 }
 
-TEST_F(ControlApi, OpenHandlesAreCountedPerKindAndClosingTwiceFails) {
-    Owned<HNODE> node = Node(L"NODE2");
-    Owned<HGROUP> group = Group(L"Orvane Group");
-    Owned<HCLUSENUM> enumeration(Sim().ClusterOpenEnum(cluster_.get(), CLUSTER_ENUM_NODE));
-    EXPECT_EQ(1u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_CLUSTER));
-    EXPECT_EQ(1u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_NODE));
-    EXPECT_EQ(1u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_CLUSTER_ENUM));
-    EXPECT_EQ(0u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_RESOURCE));
-    EXPECT_EQ(4u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL));
+// Every handle obtained from a cluster handle, directly or through another
+// handle, is invalid once that cluster handle is closed, and counts as open
+// until its close function is called.
+TEST_F(ControlApi, HandlesDieWithTheirClusterHandleAndStayCountedUntilClosed) {
+    HCLUSTER cluster = Sim().OpenCluster(nullptr);
+    HRESOURCE resource = Sim().OpenClusterResource(cluster, L"Orvane Job Engine");
+    HGROUP group = Sim().OpenClusterGroup(cluster, L"Orvane Group");
+    HNODE node = Sim().OpenClusterNode(cluster, L"NODE1");
+    HNETWORK network = Sim().OpenClusterNetwork(cluster, L"Public");
+    HCLUSENUM nodes = Sim().ClusterOpenEnum(cluster, CLUSTER_ENUM_NODE);
+    HRESENUM owners = Sim().ClusterResourceOpenEnum(resource, CLUSTER_RESOURCE_ENUM_NODES);
+    HGROUPENUM members = Sim().ClusterGroupOpenEnum(group, CLUSTER_GROUP_ENUM_CONTAINS);
+    Owned<HRESOURCE> elsewhere = Resource(L"Orvane Job Engine");  // from the fixture's own cluster handle
+    ASSERT_TRUE(resource && group && node && network && nodes && owners && members && elsewhere);
+    EXPECT_EQ(10u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL));
 
-    HNODE raw = node.release();
-    EXPECT_TRUE(Sim().CloseClusterNode(raw));
-    EXPECT_FALSE(Sim().CloseClusterNode(raw));
-    EXPECT_EQ(DWORD(ERROR_INVALID_HANDLE), GetLastError());
-    // A handle of another kind is not taken for a node.
-    EXPECT_FALSE(Sim().CloseClusterNode(reinterpret_cast<HNODE>(group.get())));
-    EXPECT_EQ(3u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL));
-}
+    EXPECT_TRUE(Sim().CloseCluster(cluster));
+    EXPECT_TRUE(Sim().CloseCluster(cluster));  // documented to answer TRUE always
+    EXPECT_EQ(9u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL));
 
-TEST_F(ControlApi, EveryEntryPointIsExported) {
-    HMODULE clusapi = GetModuleHandleW(L"clusapi.dll");
-    HMODULE resutils = LoadLibraryW(L"resutils.dll");
-    for (const std::string& name : ListOf(SIMTEST_CLUSAPI_EXPORTS))
-        EXPECT_NE(nullptr, GetProcAddress(clusapi, name.c_str())) << name;
-    for (const std::string& name : ListOf(SIMTEST_RESUTILS_EXPORTS))
-        EXPECT_NE(nullptr, GetProcAddress(resutils, name.c_str())) << name;
+    wchar_t name[64];
+    DWORD length = 64, type = 0, returned = 0;
+    auto lastError = [](bool failed) { return failed ? GetLastError() : DWORD(ERROR_SUCCESS); };
+    struct Use {
+        const char* what;
+        std::function<DWORD()> call;
+    } uses[] = {
+        {"GetClusterInformation", [&] { return Sim().GetClusterInformation(cluster, name, &length, nullptr); }},
+        {"OpenClusterResource", [&] { return lastError(!Sim().OpenClusterResource(cluster, L"Orvane Job Engine")); }},
+        {"GetClusterResourceState",
+         [&] { return lastError(Sim().GetClusterResourceState(resource, nullptr, nullptr, nullptr, nullptr) < 0); }},
+        {"OnlineClusterResource", [&] { return Sim().OnlineClusterResource(resource); }},
+        {"ClusterResourceControl",
+         [&] {
+             return Sim().ClusterResourceControl(resource, nullptr, CLUSCTL_RESOURCE_GET_CLASS_INFO, nullptr, 0, name,
+                                                 sizeof name, &returned);
+         }},
+        {"GetClusterResourceNetworkName",
+         [&] { return lastError(!Sim().GetClusterResourceNetworkName(resource, name, &length)); }},
+        {"ClusterResourceOpenEnum",
+         [&] { return lastError(!Sim().ClusterResourceOpenEnum(resource, CLUSTER_RESOURCE_ENUM_NODES)); }},
+        {"GetClusterGroupState", [&] { return lastError(Sim().GetClusterGroupState(group, nullptr, nullptr) < 0); }},
+        {"OnlineClusterGroup", [&] { return Sim().OnlineClusterGroup(group, nullptr); }},
+        {"AddClusterResourceNode", [&] { return Sim().AddClusterResourceNode(elsewhere.get(), node); }},
+        {"ClusterNetworkControl",
+         [&] {
+             return Sim().ClusterNetworkControl(network, nullptr, CLUSCTL_NETWORK_GET_COMMON_PROPERTIES, nullptr, 0,
+                                                name, sizeof name, &returned);
+         }},
+        {"ClusterEnum", [&] { return Sim().ClusterEnum(nodes, 0, &type, name, &length); }},
+        {"ClusterResourceEnum", [&] { return Sim().ClusterResourceEnum(owners, 0, &type, name, &length); }},
+        {"ClusterGroupEnum", [&] { return Sim().ClusterGroupEnum(members, 0, &type, name, &length); }},
+        // Closing a dead handle fails too, but forgets it.
+        {"CloseClusterResource", [&] { return lastError(!Sim().CloseClusterResource(resource)); }},
+        {"CloseClusterGroup", [&] { return lastError(!Sim().CloseClusterGroup(group)); }},
+        {"CloseClusterNode", [&] { return lastError(!Sim().CloseClusterNode(node)); }},
+        {"CloseClusterNetwork", [&] { return lastError(!Sim().CloseClusterNetwork(network)); }},
+        {"ClusterCloseEnum", [&] { return Sim().ClusterCloseEnum(nodes); }},
+        {"ClusterResourceCloseEnum", [&] { return Sim().ClusterResourceCloseEnum(owners); }},
+        {"ClusterGroupCloseEnum", [&] { return Sim().ClusterGroupCloseEnum(members); }},
+        {"CloseClusterNode again", [&] { return lastError(!Sim().CloseClusterNode(node)); }},
+    };
+    for (const Use& use : uses) {
+        SetLastError(0);
+        EXPECT_EQ(DWORD(ERROR_INVALID_HANDLE), use.call()) << use.what;
+    }
+    EXPECT_EQ(2u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL));
+    EXPECT_EQ(ClusterResourceOnline,
+              Sim().GetClusterResourceState(elsewhere.get(), nullptr, nullptr, nullptr, nullptr));
+    // A handle of another kind is never taken for the one asked for.
+    EXPECT_FALSE(Sim().CloseClusterNode(reinterpret_cast<HNODE>(elsewhere.get())));
+    EXPECT_EQ(1u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_RESOURCE));
 }
 
 TEST_F(ControlApi, StateControlsChangeWhatTheEntryPointsAnswer) {

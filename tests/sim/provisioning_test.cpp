@@ -18,7 +18,8 @@ protected:
     }
 };
 
-TEST_F(Provisioning, CreatedGroupAndResourceCanBeUsedAndDeletedAgain) {
+TEST_F(Provisioning, CreatedGroupsAndResourcesCanBeUsedAndDeletedAndLeaveNoTrace) {
+    const size_t count = ClusterNames(CLUSTER_ENUM_RESOURCE).size();
     Owned<HGROUP> group(Sim().CreateClusterGroup(cluster_.get(), L"NULLTESTGRP13"));
     ASSERT_TRUE(group);
     EXPECT_EQ(nullptr, Sim().CreateClusterGroup(cluster_.get(), L"nulltestgrp13"));
@@ -28,43 +29,27 @@ TEST_F(Provisioning, CreatedGroupAndResourceCanBeUsedAndDeletedAgain) {
 
     Owned<HRESOURCE> resource(Sim().CreateClusterResource(group.get(), L"TestNullRes13", L"IP Address", 0));
     ASSERT_TRUE(resource);
-    EXPECT_EQ(ClusterResourceOffline,
-              Sim().GetClusterResourceState(resource.get(), nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(L"NULLTESTGRP13", GroupOf(resource.get()));
     EXPECT_EQ(DWORD(ERROR_DIR_NOT_EMPTY), Sim().DeleteClusterGroup(group.get()));
-
-    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().OnlineClusterResource(resource.get()));
+    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Sim().OnlineClusterResource(resource.get()));  // like any other resource
+    SimClock_Sleep(500);
     EXPECT_EQ(DWORD(ERROR_RESOURCE_ONLINE), Sim().DeleteClusterResource(resource.get()));
-    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().OfflineClusterResource(resource.get()));
+    ASSERT_TRUE(SimCluster_SetResourceState(L"TestNullRes13", ClusterResourceOffline));
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterResource(resource.get()));
-    // The handle outlives the resource and finds nothing.
+    // The handle outlives the resource and finds nothing, even once another takes its place.
+    Owned<HRESOURCE> next(Sim().CreateClusterResource(group.get(), L"TestNullRes14", L"Generic Service", 0));
     EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), Sim().OnlineClusterResource(resource.get()));
     EXPECT_EQ(nullptr, Sim().OpenClusterResource(cluster_.get(), L"TestNullRes13"));
     EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), GetLastError());
+    EXPECT_EQ(count + 1, ClusterNames(CLUSTER_ENUM_RESOURCE).size());
+    for (const std::wstring& name : ClusterNames(CLUSTER_ENUM_RESOURCE)) EXPECT_TRUE(Resource(name.c_str())) << Utf8(name);
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterResource(next.get()));
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterGroup(group.get()));
     EXPECT_EQ(nullptr, Sim().OpenClusterGroup(cluster_.get(), L"NULLTESTGRP13"));
     EXPECT_EQ(DWORD(ERROR_GROUP_NOT_FOUND), GetLastError());
 }
 
-TEST_F(Provisioning, AResourceCreatedInTheSlotOfADeletedOneIsFoundAndTheOldOneIsNot) {
-    const size_t count = ClusterNames(CLUSTER_ENUM_RESOURCE).size();
-    ASSERT_TRUE(SimCluster_SetResourceState(L"Orvane Tape Engine", ClusterResourceOffline));
-    Owned<HRESOURCE> tape = Resource(L"Orvane Tape Engine");
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterResource(tape.get()));
-    Owned<HGROUP> group = Group(L"Orvane Group");
-    Owned<HRESOURCE> replacement(Sim().CreateClusterResource(group.get(), L"Orvane Tape Engine 2", L"Generic Service", 0));
-    ASSERT_TRUE(replacement);
-    EXPECT_EQ(count, ClusterNames(CLUSTER_ENUM_RESOURCE).size());
-
-    EXPECT_TRUE(Resource(L"orvane tape engine 2"));
-    EXPECT_EQ(nullptr, Sim().OpenClusterResource(cluster_.get(), L"Orvane Tape Engine"));
-    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), GetLastError());
-    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), Sim().OnlineClusterResource(tape.get()));
-    // Every other resource is still found by name, as before.
-    for (const std::wstring& name : ClusterNames(CLUSTER_ENUM_RESOURCE)) EXPECT_TRUE(Resource(name.c_str())) << Utf8(name);
-}
-
-TEST_F(Provisioning, DependenciesFollowTheDocumentedRules) {
+TEST_F(Provisioning, DependenciesAndPossibleOwnersFollowTheDocumentedRules) {
     Owned<HRESOURCE> job = Resource(L"Orvane Job Engine");
     Owned<HRESOURCE> name = Resource(L"Orvane Server Name");
     Owned<HRESOURCE> ip = Resource(L"Orvane IP Address");
@@ -84,6 +69,14 @@ TEST_F(Provisioning, DependenciesFollowTheDocumentedRules) {
     EXPECT_EQ(DWORD(ERROR_CORE_RESOURCE), Sim().DeleteClusterResource(quorum.get()));
     Owned<HRESOURCE> clusterIp = Resource(L"Cluster IP Address");
     EXPECT_EQ(DWORD(ERROR_DEPENDENCY_NOT_ALLOWED), Sim().AddClusterResourceDependency(quorum.get(), clusterIp.get()));
+
+    Owned<HNODE> node1 = Node(L"NODE1");
+    Owned<HNODE> node2 = Node(L"NODE2");
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().RemoveClusterResourceNode(job.get(), node2.get()));
+    EXPECT_EQ(DWORD(ERROR_CLUSTER_NODE_NOT_FOUND), Sim().RemoveClusterResourceNode(job.get(), node2.get()));
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().AddClusterResourceNode(job.get(), node2.get()));
+    EXPECT_EQ(DWORD(ERROR_OBJECT_ALREADY_EXISTS), Sim().AddClusterResourceNode(job.get(), node2.get()));
+    EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Sim().RemoveClusterResourceNode(job.get(), node1.get()));  // its online owner
 }
 
 TEST_F(Provisioning, ChangingTheGroupOfAResourceMovesItsWholeDependencyTree) {
@@ -103,20 +96,9 @@ TEST_F(Provisioning, ChangingTheGroupOfAResourceMovesItsWholeDependencyTree) {
               Sim().ChangeClusterResourceGroup(discovery.get(), elsewhere.get()));
 }
 
-TEST_F(Provisioning, PossibleOwnersAreAddedAndRemovedOnce) {
+TEST_F(Provisioning, NamesFollowTheLengthConventions) {
     Owned<HRESOURCE> job = Resource(L"Orvane Job Engine");
-    Owned<HNODE> node1 = Node(L"NODE1");
-    Owned<HNODE> node2 = Node(L"NODE2");
-    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().RemoveClusterResourceNode(job.get(), node2.get()));
-    EXPECT_EQ(DWORD(ERROR_CLUSTER_NODE_NOT_FOUND), Sim().RemoveClusterResourceNode(job.get(), node2.get()));
-    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().AddClusterResourceNode(job.get(), node2.get()));
-    EXPECT_EQ(DWORD(ERROR_OBJECT_ALREADY_EXISTS), Sim().AddClusterResourceNode(job.get(), node2.get()));
-    EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Sim().RemoveClusterResourceNode(job.get(), node1.get()));  // its online owner
-}
-
-TEST_F(Provisioning, NetworkNameIsTheNameOfTheNetworkNameResourceDependedOn) {
-    Owned<HRESOURCE> job = Resource(L"Orvane Job Engine");
-    wchar_t name[16];
+    wchar_t name[16], device[16];
     DWORD length = 10;
     ASSERT_TRUE(Sim().GetClusterResourceNetworkName(job.get(), name, &length));
     EXPECT_STREQ(L"ORVANESRV", name);
@@ -126,13 +108,9 @@ TEST_F(Provisioning, NetworkNameIsTheNameOfTheNetworkNameResourceDependedOn) {
     EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
     EXPECT_EQ(9u, length);
     Owned<HRESOURCE> disk = Resource(L"Cluster Disk 1");
-    length = 16;
     EXPECT_FALSE(Sim().GetClusterResourceNetworkName(disk.get(), name, &length));
     EXPECT_EQ(DWORD(ERROR_DEPENDENCY_NOT_FOUND), GetLastError());
-}
 
-TEST_F(Provisioning, ClusterInformationAndQuorumFollowTheLengthConventions) {
-    wchar_t name[16], device[16];
     DWORD nameLength = 16, deviceLength = 3, logSize = 0;
     EXPECT_EQ(DWORD(ERROR_MORE_DATA),
               Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device, &deviceLength, &logSize));
@@ -156,11 +134,8 @@ TEST_F(Provisioning, ClusterInformationAndQuorumFollowTheLengthConventions) {
     EXPECT_EQ(6, version.MajorVersion);
     EXPECT_EQ(7601, version.BuildNumber);
     EXPECT_STREQ(L"Service Pack 1", version.szCSDVersion);
-
     Owned<HCLUSTER> byAddress(Sim().OpenCluster(L"10.20.30.10"));
     EXPECT_TRUE(byAddress);
-    EXPECT_EQ(nullptr, Sim().OpenCluster(L"OTHERCLUSTER"));
-    EXPECT_EQ(DWORD(RPC_S_SERVER_UNAVAILABLE), GetLastError());
 }
 
 class Backup : public Provisioning {
@@ -180,16 +155,26 @@ protected:
         RemoveDirectoryW(folder_.c_str());
         Provisioning::TearDown();
     }
+    bool Exists(const wchar_t* file) { return GetFileAttributesW((folder_ + file).c_str()) != INVALID_FILE_ATTRIBUTES; }
     std::wstring folder_;
 };
 
-TEST_F(Backup, BackupWritesTheDocumentedFilesAndRestoreBringsThatClusterBack) {
+TEST_F(Backup, FromVersion6BackupAndRestoreDoNothingAndAreNotImplemented) {
+    EXPECT_EQ(DWORD(ERROR_CALL_NOT_IMPLEMENTED), Sim().BackupClusterDatabase(cluster_.get(), folder_.c_str()));
+    EXPECT_FALSE(Exists(L"\\chk0001.tmp"));
+    EXPECT_EQ(DWORD(ERROR_CALL_NOT_IMPLEMENTED), Sim().BackupClusterDatabase(nullptr, nullptr));
+    EXPECT_EQ(DWORD(ERROR_CALL_NOT_IMPLEMENTED), Sim().RestoreClusterDatabase(folder_.c_str(), TRUE, nullptr));
+    EXPECT_EQ(DWORD(ERROR_CALL_NOT_IMPLEMENTED), Sim().RestoreClusterDatabase(nullptr, FALSE, L"QQ"));
+}
+
+TEST_F(Backup, OnVersion5BackupWritesTheDocumentedFilesAndRestoreBringsThatClusterBack) {
+    Load(ExampleScenario52());
     ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().BackupClusterDatabase(cluster_.get(), folder_.c_str()));
     ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().BackupClusterDatabase(cluster_.get(), (folder_ + L"\\").c_str()));
     DWORD marker = GetFileAttributesW((folder_ + L"\\Clusbackup.dat").c_str());
     EXPECT_EQ(DWORD(FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN),
               marker & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN));
-    EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((folder_ + L"\\quolog.log").c_str()));
+    EXPECT_TRUE(Exists(L"\\quolog.log"));
     EXPECT_EQ(DWORD(ERROR_PATH_NOT_FOUND),
               Sim().BackupClusterDatabase(cluster_.get(), (folder_ + L"\\missing\\deeper").c_str()));
     EXPECT_EQ(DWORD(ERROR_DIRECTORY), Sim().BackupClusterDatabase(cluster_.get(), (folder_ + L"\\quolog.log").c_str()));
@@ -203,12 +188,7 @@ TEST_F(Backup, BackupWritesTheDocumentedFilesAndRestoreBringsThatClusterBack) {
     Sim().GetNodeClusterState(L"NODE2", &state);
     EXPECT_EQ(DWORD(ClusterStateNotRunning), state);  // the forced restore stopped the other node
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().RestoreClusterDatabase(folder_.c_str(), FALSE, nullptr));
-
     EXPECT_EQ(DWORD(ERROR_FILE_NOT_FOUND), Sim().RestoreClusterDatabase(L"C:\\windows", TRUE, nullptr));
-    ASSERT_TRUE(SimCluster_LoadScenarioText(
-        R"({"cluster": {"name": "C", "backupSupported": false}, "nodes": [{"name": "N", "local": true}]})"));
-    EXPECT_EQ(DWORD(ERROR_CALL_NOT_IMPLEMENTED), Sim().BackupClusterDatabase(cluster_.get(), folder_.c_str()));
-    EXPECT_EQ(DWORD(ERROR_CALL_NOT_IMPLEMENTED), Sim().RestoreClusterDatabase(folder_.c_str(), TRUE, nullptr));
 }
 
 }  // namespace

@@ -11,28 +11,12 @@ namespace {
 // A property list: "Name" = "first", "NAME" = "second", "Count" = 5,
 // "Blob" = 3 bytes.
 std::vector<BYTE> SampleList() {
-    std::vector<BYTE> list;
-    auto word = [&](DWORD value) {
-        list.insert(list.end(), reinterpret_cast<BYTE*>(&value), reinterpret_cast<BYTE*>(&value) + 4);
-    };
-    auto entry = [&](DWORD syntax, const void* data, DWORD size) {
-        word(syntax);
-        word(size);
-        list.insert(list.end(), static_cast<const BYTE*>(data), static_cast<const BYTE*>(data) + size);
-        list.resize(list.size() + (4 - size % 4) % 4);
-    };
-    auto property = [&](const wchar_t* name, DWORD syntax, const void* data, DWORD size) {
-        entry(CLUSPROP_SYNTAX_NAME, name, static_cast<DWORD>((wcslen(name) + 1) * 2));
-        entry(syntax, data, size);
-        word(0);
-    };
-    word(4);
-    property(L"Name", CLUSPROP_SYNTAX_LIST_VALUE_SZ, L"first", 12);
-    property(L"NAME", CLUSPROP_SYNTAX_LIST_VALUE_SZ, L"second", 14);
-    DWORD count = 5;
-    property(L"Count", CLUSPROP_SYNTAX_LIST_VALUE_DWORD, &count, 4);
-    property(L"Blob", CLUSPROP_SYNTAX_LIST_VALUE_BINARY, "abc", 3);
-    return list;
+    return ListBuilder()
+        .Text(L"Name", L"first")
+        .Text(L"NAME", L"second")
+        .Number(L"Count", 5)
+        .Add(L"Blob", CLUSPROP_SYNTAX_LIST_VALUE_BINARY, "abc", 3)
+        .Bytes();
 }
 
 // Copies a list to the very end of a readable page that an inaccessible

@@ -1,5 +1,6 @@
 #include "sim_test.h"
 
+#include <cstring>
 #include <sstream>
 
 namespace simtest {
@@ -22,6 +23,10 @@ Api BindAll() {
     return api;
 }
 
+void Append(std::vector<BYTE>& bytes, const void* data, size_t size) {
+    bytes.insert(bytes.end(), static_cast<const BYTE*>(data), static_cast<const BYTE*>(data) + size);
+}
+
 }  // namespace
 
 const Api& Sim() {
@@ -36,10 +41,57 @@ std::vector<std::string> ListOf(const std::string& list) {
     return names;
 }
 
-void SimulatorTest::SetUp() {
-    ASSERT_TRUE(SimCluster_LoadScenarioFile(ExampleScenario().c_str())) << Utf8(SimCluster_LastError());
+void ListBuilder::Entry(DWORD syntax, const void* data, size_t size) {
+    DWORD length = static_cast<DWORD>(size);
+    Append(body_, &syntax, 4);
+    Append(body_, &length, 4);
+    Append(body_, data, size);
+    body_.resize(body_.size() + (4 - size % 4) % 4);
+}
+
+ListBuilder& ListBuilder::Add(const std::wstring& name, DWORD syntax, const void* data, size_t size) {
+    Entry(CLUSPROP_SYNTAX_NAME, name.c_str(), (name.size() + 1) * sizeof(wchar_t));
+    Entry(syntax, data, size);
+    const DWORD endMark = 0;
+    Append(body_, &endMark, 4);
+    ++count_;
+    return *this;
+}
+
+std::vector<BYTE> ListBuilder::Bytes() const {
+    std::vector<BYTE> list;
+    Append(list, &count_, 4);
+    list.insert(list.end(), body_.begin(), body_.end());
+    return list;
+}
+
+std::vector<ValueEntry> ValueEntries(const BYTE* list, size_t size) {
+    std::vector<ValueEntry> entries;
+    size_t at = 0;
+    DWORD syntax = 0, length = 0;
+    while (at + 4 <= size && (std::memcpy(&syntax, list + at, 4), syntax != 0)) {
+        std::memcpy(&length, list + at + 4, 4);
+        entries.emplace_back(syntax, std::vector<BYTE>(list + at + 8, list + at + 8 + length));
+        at += 8 + (length + 3) / 4 * 4;
+    }
+    EXPECT_EQ(size, at + 4) << "the end mark closes the list";
+    return entries;
+}
+
+void SimulatorTest::SetUp() { Load(ExampleScenario()); }
+
+void SimulatorTest::Load(const std::wstring& scenario) {
+    cluster_.reset();
+    ASSERT_TRUE(SimCluster_LoadScenarioFile(scenario.c_str())) << Utf8(SimCluster_LastError());
     SimCluster_ClearFailures();
     SimCluster_ResetCounters();
+    cluster_ = OpenLocal();
+    ASSERT_TRUE(cluster_) << GetLastError();
+}
+
+void SimulatorTest::LoadText(const char* json) {
+    cluster_.reset();
+    ASSERT_TRUE(SimCluster_LoadScenarioText(json)) << Utf8(SimCluster_LastError());
     cluster_ = OpenLocal();
     ASSERT_TRUE(cluster_) << GetLastError();
 }

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "entry_points.h"
@@ -49,6 +50,33 @@ using orvtest::Utf8;
 std::vector<std::string> ListOf(const std::string& list);
 
 using orvtest::ExampleScenario;
+// The bundled cluster of version 5.2.
+inline std::wstring ExampleScenario52() { return orvtest::ExamplePath("scenarios/two-node-failover-2003.json"); }
+
+// A property list written out by hand, entry by entry.
+class ListBuilder {
+public:
+    ListBuilder& Add(const std::wstring& name, DWORD syntax, const void* data, size_t size);
+    ListBuilder& Text(const std::wstring& name, const std::wstring& text, DWORD syntax = CLUSPROP_SYNTAX_LIST_VALUE_SZ) {
+        return Add(name, syntax, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
+    }
+    ListBuilder& Number(const std::wstring& name, DWORD value) {
+        return Add(name, CLUSPROP_SYNTAX_LIST_VALUE_DWORD, &value, sizeof value);
+    }
+    std::vector<BYTE> Bytes() const;
+
+private:
+    void Entry(DWORD syntax, const void* data, size_t size);
+    DWORD count_ = 0;
+    std::vector<BYTE> body_;
+};
+
+// The entries of a value list (syntax, data); the end mark must close it.
+using ValueEntry = std::pair<DWORD, std::vector<BYTE>>;
+std::vector<ValueEntry> ValueEntries(const BYTE* list, size_t size);
+inline std::vector<ValueEntry> ValueEntries(const std::vector<BYTE>& list) {
+    return ValueEntries(list.data(), list.size());
+}
 
 // Loads the demo cluster before each test, with failures and counters
 // cleared, and checks afterwards that the test closed every handle.
@@ -56,6 +84,10 @@ class SimulatorTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+
+    // Loads another cluster and connects to it in place of the demo's.
+    void Load(const std::wstring& scenario);
+    void LoadText(const char* json);
 
     Owned<HCLUSTER> OpenLocal();
     Owned<HRESOURCE> Resource(const wchar_t* name);
@@ -65,9 +97,15 @@ protected:
     // A control's whole answer, asked for with a growing buffer.
     std::vector<BYTE> ResourceControl(const wchar_t* resource, DWORD code, const void* input = nullptr,
                                       DWORD inputSize = 0, DWORD* result = nullptr);
+    std::vector<BYTE> ResourceControl(const wchar_t* resource, DWORD code, const std::vector<BYTE>& input,
+                                      DWORD* result) {
+        return ResourceControl(resource, code, input.data(), static_cast<DWORD>(input.size()), result);
+    }
     // The names an enumeration gives, through ClusterEnum.
     std::vector<std::wstring> ClusterNames(DWORD types);
     CLUSTER_RESOURCE_STATE StateOf(const wchar_t* resource);
+    DWORD Online(const wchar_t* name) { return Sim().OnlineClusterResource(Resource(name).get()); }
+    DWORD Offline(const wchar_t* name) { return Sim().OfflineClusterResource(Resource(name).get()); }
 
     Owned<HCLUSTER> cluster_;
 };
