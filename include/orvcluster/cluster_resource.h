@@ -2,6 +2,7 @@
 
 #include <list>
 #include <string>
+#include <type_traits>
 
 #include <boost/shared_ptr.hpp>
 
@@ -72,8 +73,15 @@ protected:
     std::wstring name_;
 
 private:
+    friend class MSCSCluster;
+
     bool ChangeState(DWORD result, CLUSTER_RESOURCE_STATE target, DWORD timeoutMs);
     bool WaitForState(CLUSTER_RESOURCE_STATE target, DWORD timeoutMs);
+
+    // The connection the handle came from. A resource handle dies with its
+    // cluster handle, so a resource made by MSCSCluster keeps that open for
+    // as long as it lives, even past the MSCSCluster itself.
+    boost::shared_ptr<std::remove_pointer_t<HCLUSTER>> cluster_;
 };
 
 // A "Physical Disk" resource, with its disk information read once.

@@ -58,6 +58,8 @@ public:
     ClusterResource* OpenResource(const wchar_t* name);
     ClusterDiskResource* OpenDiskResource(const wchar_t* name);
 
+    // The open cluster handle, null when closed. Valid while this object is
+    // open; resource objects it made keep their own share of it.
     HCLUSTER GetClusterHandle() const { return hCluster_; }
 
 private:
@@ -67,10 +69,14 @@ private:
     template <typename Resource>
     bool CollectTyped(const wchar_t* typeName, std::list<Resource*>& resources);
 
+    // Hands a new resource object a share of the connection (null stays null).
+    template <typename Resource>
+    Resource* Adopt(Resource* resource) const;
+
     orvclass::shared_ptr<MSCSClusterGlue> glue_;
-    std::wstring auxiliaryName_;  // for the identity and provisioning operations
     HCLUSTER hCluster_ = nullptr;
-    void* heapBuffer_ = nullptr;
-    DWORD heapBufferSize_ = 0;
+    // Owns hCluster_: closed once neither this object nor a resource it made
+    // needs it.
+    boost::shared_ptr<std::remove_pointer_t<HCLUSTER>> connection_;
     std::wstring sharedVolumesRoot_;
 };

@@ -49,9 +49,12 @@ MSCSCluster::MSCSCluster(const wchar_t* machine) : glue_(MSCSClusterGlue::GetIns
     type_ = MSCS;
 }
 
-MSCSCluster::~MSCSCluster() {
-    std::free(heapBuffer_);
-    Close();
+MSCSCluster::~MSCSCluster() { Close(); }
+
+template <typename Resource>
+Resource* MSCSCluster::Adopt(Resource* resource) const {
+    if (resource) resource->cluster_ = connection_;
+    return resource;
 }
 
 bool MSCSCluster::ClusterOpen() {
@@ -78,6 +81,8 @@ bool MSCSCluster::ClusterOpen() {
     }
 
     if (hCluster_) {
+        orvclass::shared_ptr<MSCSClusterGlue> glue = glue_;
+        connection_.reset(hCluster_, [glue](HCLUSTER cluster) { glue->CloseCluster(cluster); });
         open_ = true;
         wchar_t name[kNameChars] = {};
         DWORD length = kNameChars;
@@ -93,9 +98,8 @@ bool MSCSCluster::ClusterOpen() {
 }
 
 void MSCSCluster::Close() {
-    if (!hCluster_) return;
-    glue_->CloseCluster(hCluster_);
     hCluster_ = nullptr;
+    connection_.reset();
 }
 
 bool MSCSCluster::EnumerateNames(DWORD type, std::list<std::wstring>& names) {
@@ -156,7 +160,7 @@ bool MSCSCluster::CollectTyped(const wchar_t* typeName, std::list<Resource*>& re
     for (const std::wstring& name : names) {
         // A resource that could not be opened for its type is not handed out.
         HRESOURCE handle = glue_->OpenClusterResource(hCluster_, name.c_str());
-        if (handle) resources.push_back(new Resource(handle, name));
+        if (handle) resources.push_back(Adopt(new Resource(handle, name)));
     }
     return true;
 }
@@ -183,7 +187,7 @@ boost::shared_ptr<const std::list<boost::shared_ptr<Resource>>> MSCSCluster::Col
     for (const std::wstring& name : names) {
         HRESOURCE handle = glue_->OpenClusterResource(hCluster_, name.c_str());
         if (!handle) continue;
-        boost::shared_ptr<Resource> resource(new Resource(handle, name));
+        boost::shared_ptr<Resource> resource(Adopt(new Resource(handle, name)));
         if (keep(*resource)) resources->push_back(resource);
     }
     return resources;
@@ -276,10 +280,10 @@ bool MSCSCluster::BackupDatabase(const std::wstring& path) { return BackupDataba
 
 ClusterResource* MSCSCluster::OpenResource(const wchar_t* name) {
     HRESOURCE handle = glue_->OpenClusterResource(hCluster_, name);
-    return handle ? new ClusterResource(handle, name) : nullptr;
+    return handle ? Adopt(new ClusterResource(handle, name)) : nullptr;
 }
 
 ClusterDiskResource* MSCSCluster::OpenDiskResource(const wchar_t* name) {
     HRESOURCE handle = glue_->OpenClusterResource(hCluster_, name);
-    return handle ? new ClusterDiskResource(handle, name) : nullptr;
+    return handle ? Adopt(new ClusterDiskResource(handle, name)) : nullptr;
 }

@@ -35,7 +35,8 @@ protected:
         GetTempPathW(MAX_PATH, folder);
         backup_ = std::wstring(folder) + L"orvcluster-restore-test";
         CreateDirectoryW(backup_.c_str(), nullptr);
-        // A real backup to restore from.
+        // A real backup to restore from, of a cluster old enough to make one.
+        ASSERT_TRUE(SimCluster_LoadScenarioFile(orvtest::ExamplePath("scenarios/two-node-failover-2003.json").c_str()));
         orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
         orv::UniqueCluster cluster(glue->OpenCluster(nullptr));
         ASSERT_EQ(0u, glue->BackupClusterDatabase(cluster.Get(), backup_.c_str()));
@@ -111,6 +112,14 @@ TEST_F(RestoreDatabase, MissingServiceAndPlatformRefusalsComeBackAsTheLastError)
     EXPECT_FALSE(Cluster::RestoreDatabase(L"C:\\no-such-backup", FALSE, nullptr));
     EXPECT_NE(0u, GetLastError());
     EXPECT_EQ(1u, SimCluster_CallCount(L"RestoreClusterDatabase"));
+
+    // Clusters of version 6.0 on no longer restore: the platform's refusal
+    // comes back once the service is stopped and the hive unloaded.
+    ASSERT_TRUE(SimCluster_LoadScenarioFile(orvtest::ExampleScenario().c_str()));
+    SetLastError(0xDEADBEEF);
+    EXPECT_FALSE(Cluster::RestoreDatabase(backup_.c_str(), TRUE, L"Q:"));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_CALL_NOT_IMPLEMENTED), GetLastError());
+    EXPECT_EQ(2u, SimCluster_CallCount(L"RestoreClusterDatabase"));
 }
 
 }  // namespace

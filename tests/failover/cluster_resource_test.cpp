@@ -32,7 +32,7 @@ protected:
 
 TEST_F(Resources, OnlineWaitsInVirtualTimeUntilTheResourceArrives) {
     ClusterResource resource(Open(L"Orvane Job Engine"), L"Orvane Job Engine");
-    ASSERT_TRUE(resource.TakeOffline(0));  // offline at once
+    ASSERT_TRUE(resource.TakeOffline(60000));  // through the resource's own short pending time
     ASSERT_TRUE(SimCluster_ScriptTransition(L"Orvane Job Engine", ClusterResourceOnline, 4500,
                                             ClusterResourceOnline));
     const ULONGLONG start = SimClock_GetTickCount64();
@@ -56,7 +56,7 @@ TEST_F(Resources, FailedResourceEndsTheWaitAtOnce) {
 
 TEST_F(Resources, ZeroTimeoutFailsUnlessAlreadyThere) {
     ClusterResource resource(Open(L"Orvane Discovery Service"), L"Orvane Discovery Service");
-    ASSERT_TRUE(resource.TakeOffline(0));
+    ASSERT_TRUE(resource.TakeOffline(60000));
     ASSERT_TRUE(SimCluster_ScriptTransition(L"Orvane Discovery Service", ClusterResourceOnline, 1000,
                                             ClusterResourceOnline));
     const ULONGLONG start = SimClock_GetTickCount64();
@@ -141,7 +141,7 @@ TEST_F(Resources, DiskPartitionsAndDrives) {
     ClusterDiskResource disk(Open(L"Cluster Disk Q"), L"Cluster Disk Q");
     std::list<std::wstring> drives;
     EXPECT_TRUE(disk.GetDrives(drives));
-    EXPECT_EQ(std::list<std::wstring>{L"Q:\\"}, drives);
+    EXPECT_EQ(std::list<std::wstring>{L"Q:"}, drives);
     MSCSPartitionList partitions = disk.GetPartitionInfo();
     ASSERT_EQ(1u, partitions->size());
     const MSCSPartitionInfo& partition = *partitions->front();

@@ -90,6 +90,46 @@ TEST_F(FailoverBackend, NameEnumerations) {
     EXPECT_EQ(std::list<std::wstring>{L"NODE1"}, names);
 }
 
+// The backend's names fit 260 characters; a longer one ends its walk as a
+// failure, while the shared enumeration can grow its buffer for it.
+TEST_F(FailoverBackend, NameLongerThanTheBufferEndsTheBackendsWalk) {
+    orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
+    const std::wstring longName(300, L'R');
+    orv::UniqueClusterGroup group(glue->OpenClusterGroup(cluster_->GetClusterHandle(), L"Orvane Group"));
+    orv::UniqueClusterResource created(
+        glue->CreateClusterResource(group.Get(), longName.c_str(), L"Generic Service", 0));
+    ASSERT_TRUE(created);
+    std::list<std::wstring> names;
+    SetLastError(0xDEADBEEF);
+    EXPECT_FALSE(cluster_->GetResources(names));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MORE_DATA), GetLastError());
+    EXPECT_EQ(16u, names.size());  // those before it
+
+    orv::ClusterObjects grown(cluster_->GetClusterHandle(), CLUSTER_ENUM_RESOURCE, true);
+    names.clear();
+    ASSERT_TRUE(grown && grown.AppendNames(names));
+    EXPECT_EQ(longName, names.back());
+}
+
+// A resource handle dies with its cluster handle: the resources a backend
+// hands out keep its connection open for as long as they live.
+TEST_F(FailoverBackend, ResourcesOutliveTheirBackend) {
+    auto networkNames = cluster_->GetNetworkNameResources();
+    std::unique_ptr<ClusterResource> engine(cluster_->OpenResource(L"Orvane Job Engine"));
+    ASSERT_TRUE(engine && !networkNames->empty());
+    cluster_.reset();
+    EXPECT_EQ(1u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_CLUSTER));
+    std::wstring text;
+    EXPECT_TRUE(networkNames->front()->GetNetworkName(text));
+    EXPECT_EQ(L"ORVCLUS01", text);
+    EXPECT_TRUE(engine->GetTypeName(text));
+    EXPECT_EQ(L"Generic Service", text);
+    networkNames.reset();
+    EXPECT_EQ(1u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_CLUSTER));
+    engine.reset();
+    EXPECT_EQ(0u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL));
+}
+
 TEST_F(FailoverBackend, ResourcesByTypeAreCaseSensitiveAndKeepWhatCannotBeOpened) {
     std::list<std::wstring> names;
     EXPECT_TRUE(cluster_->GetResources(names, L"Network Name"));
@@ -161,7 +201,7 @@ TEST_F(FailoverBackend, SharedVolumesRootIsAskedUntilFound) {
 TEST_F(FailoverBackend, DriveNamesOfTheSharedDisks) {
     std::list<std::wstring> drives;
     EXPECT_TRUE(cluster_->GetDriveNames(drives));
-    for (const wchar_t* drive : {L"Q:\\", L"S:\\", L"T:\\"})
+    for (const wchar_t* drive : {L"Q:", L"S:", L"T:"})
         EXPECT_NE(drives.end(), std::find(drives.begin(), drives.end(), drive)) << drive;
     std::list<wcstring> wide;
     EXPECT_EQ(1u, cluster_->GetDriveNames(wide));
@@ -171,19 +211,28 @@ TEST_F(FailoverBackend, DriveNamesOfTheSharedDisks) {
     EXPECT_EQ(0u, closed.GetDriveNames(wide));
 }
 
-TEST_F(FailoverBackend, DatabaseBackup) {
+// Clusters of version 6.0 on no longer back up their database; older ones do.
+TEST_F(FailoverBackend, DatabaseBackupFollowsTheClusterVersion) {
     wchar_t folder[MAX_PATH];
     GetTempPathW(MAX_PATH, folder);
     const std::wstring backup = std::wstring(folder) + L"orvcluster-backup-test";
     CreateDirectoryW(backup.c_str(), nullptr);
-    EXPECT_TRUE(cluster_->BackupDatabase(backup));
+    SetLastError(0xDEADBEEF);
+    EXPECT_FALSE(cluster_->BackupDatabase(backup));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_CALL_NOT_IMPLEMENTED), GetLastError());
+
+    cluster_.reset();
+    ASSERT_TRUE(SimCluster_LoadScenarioFile(orvtest::ExamplePath("scenarios/two-node-failover-2003.json").c_str()));
+    MSCSCluster older(nullptr);
+    ASSERT_TRUE(older.ClusterOpen());
+    EXPECT_TRUE(older.BackupDatabase(backup));
     for (const wchar_t* file : {L"\\Clusbackup.dat", L"\\quolog.log", L"\\chk0001.tmp"}) {
         EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((backup + file).c_str())) << file;
         SetFileAttributesW((backup + file).c_str(), FILE_ATTRIBUTE_NORMAL);
         DeleteFileW((backup + file).c_str());
     }
     RemoveDirectoryW(backup.c_str());
-    EXPECT_FALSE(cluster_->BackupDatabase(L"C:\\no\\such\\folder"));
+    EXPECT_FALSE(older.BackupDatabase(L"C:\\no\\such\\folder"));
     EXPECT_EQ(static_cast<DWORD>(ERROR_PATH_NOT_FOUND), GetLastError());
 }
 
@@ -198,7 +247,7 @@ TEST_F(FailoverBackend, ResourcesOpenedByName) {
     ASSERT_TRUE(disk);
     std::list<std::wstring> drives;
     EXPECT_TRUE(disk->GetDrives(drives));
-    EXPECT_EQ(std::list<std::wstring>{L"T:\\"}, drives);
+    EXPECT_EQ(std::list<std::wstring>{L"T:"}, drives);
 }
 
 }  // namespace

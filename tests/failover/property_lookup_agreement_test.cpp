@@ -50,7 +50,9 @@ TEST_F(PropertyLookupAgreement, OwnStringLookupAndPlatformLookupsAgree) {
             ASSERT_EQ(platform->ResUtilFindDwordProperty(list.Data(), list.Size(), query, &theirNumber) ==
                           ERROR_SUCCESS,
                       numberFound);
-            if (numberFound) EXPECT_EQ(theirNumber, ourNumber);
+            if (numberFound) {
+                EXPECT_EQ(theirNumber, ourNumber);
+            }
         }
     }
     // Both outcomes occurred often enough to mean something.
