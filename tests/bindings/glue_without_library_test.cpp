@@ -142,6 +142,16 @@ TEST(GlueWithoutLibrary, EveryWrapperAnswersItsFixedResult) {
     EXPECT_EQ(nullptr, GetModuleHandleW(L"clusapi.dll"));
 }
 
+// A handle type closes through the binding, whose answer here sets 127; the
+// caller's last error survives the close.
+TEST(GlueWithoutLibrary, ClosingAHandleKeepsTheLastError) {
+    orv::UniqueClusterResource resource(reinterpret_cast<HRESOURCE>(8));
+    SetLastError(kUntouched);
+    resource.Reset();
+    EXPECT_EQ(kUntouched, GetLastError());
+    EXPECT_FALSE(resource);
+}
+
 // What rests on the bindings answers false with the binding's code, or, where
 // the binding answers without one, leaves the last error as it was.
 TEST(GlueWithoutLibrary, WhatRestsOnTheBindings) {
