@@ -78,23 +78,17 @@ TEST_F(ControlCode, PropertiesAreAPropertyListLaidOutByteForByte) {
     EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), result);
 }
 
-TEST_F(ControlCode, ShortBufferGetsMoreDataWithTheSizeAndNoBufferAsksForIt) {
+TEST_F(ControlCode, NoBufferAsksForTheSizeAndAShortOneGetsMoreDataWithIt) {
     Owned<HRESOURCE> resource = Resource(L"Orvane IP Address");
     const DWORD code = CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES;
-    DWORD needed = 0;
+    DWORD needed = 0, returned = 0;
     ASSERT_EQ(DWORD(ERROR_SUCCESS),
               Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0, nullptr, 0, &needed));
-    EXPECT_GT(needed, 100u);
     std::vector<BYTE> answer(needed);
-    DWORD returned = 0;
     EXPECT_EQ(DWORD(ERROR_MORE_DATA), Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0,
                                                                    answer.data(), needed - 1, &returned));
     EXPECT_EQ(needed, returned);
-    EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().ClusterResourceControl(resource.get(), nullptr, code, nullptr, 0,
-                                                                 answer.data(), needed, &returned));
-    EXPECT_EQ(needed, returned);
-    EXPECT_EQ(L"10.20.30.40", FindText(answer, L"Address"));
-    EXPECT_EQ(1u, FindNumber(answer, L"EnableNetBios"));
+    EXPECT_EQ(answer.size(), ResourceControl(L"Orvane IP Address", code).size());
 }
 
 TEST_F(ControlCode, SettingPropertiesMergesAListAndAnOnlineResourceKeepsThemForItsNextStart) {

@@ -92,16 +92,12 @@ TEST(ResourceUtilities, BrokenListsAreNeverReadPastTheirSize) {
     auto next = [&] { return seed = seed * 1103515245u + 12345u; };
     for (int round = 0; round < 3000; ++round) {
         std::vector<BYTE> broken = list;
-        for (int hits = 1 + next() % 4; hits > 0; --hits) {
-            size_t at = next() % broken.size();
-            broken[at] = next() % 3 == 0 ? 0xFF : static_cast<BYTE>(next() >> 16);
-        }
-        size_t size = broken.size() - next() % 8;
+        for (int hits = 1 + next() % 4; hits > 0; --hits)
+            broken[next() % broken.size()] = next() % 3 == 0 ? 0xFF : static_cast<BYTE>(next() >> 16);
+        const DWORD size = static_cast<DWORD>(broken.size() - next() % 8);
         const BYTE* placed = guarded.Place(broken.data(), size);
         DWORD number = 0;
-        DWORD dwordResult = Sim().ResUtilFindDwordProperty(placed, static_cast<DWORD>(size), L"Count", &number);
-        DWORD textResult = FindText(placed, static_cast<DWORD>(size), L"NAME");
-        for (DWORD result : {dwordResult, textResult})
+        for (DWORD result : {Sim().ResUtilFindDwordProperty(placed, size, L"Count", &number), FindText(placed, size, L"NAME")})
             EXPECT_TRUE(result == ERROR_SUCCESS || result == ERROR_INVALID_DATA || result == ERROR_FILE_NOT_FOUND)
                 << "round " << round << ": " << result;
     }

@@ -148,9 +148,6 @@ TEST_F(States, StateQueriesFillOwnerAndGroupNamesByTheDocumentedBufferRules) {
     EXPECT_EQ(ClusterGroupStateUnknown, Sim().GetClusterGroupState(sql.get(), node, &nodeLength));
     EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
     EXPECT_EQ(5u, nodeLength);
-
-    EXPECT_EQ(ClusterResourceStateUnknown, Sim().GetClusterResourceState(nullptr, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(DWORD(ERROR_INVALID_HANDLE), GetLastError());
 }
 
 TEST_F(States, OnlineClusterGroupMovesTheGroupAndBringsItsResourcesOnline) {
