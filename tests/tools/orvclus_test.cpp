@@ -1,5 +1,6 @@
 // orvclus.exe as an administrator or a script runs it: its output, its JSON,
-// its trace viewer and its answers to bad command lines.
+// its trace viewer, its answers to bad command lines, and what it says when
+// the cluster cannot be reached or read.
 
 #include <windows.h>
 
@@ -12,12 +13,12 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "harness/registry_fixture.h"
 #include "harness/scratch_files.h"
 #include "harness/test_services.h"
 #include "harness/utf8.h"
 #include "harness/wine_paths.h"
 #include "orvcluster.h"
-#include "support/unique_handle.h"
 
 namespace {
 
@@ -115,6 +116,27 @@ bool StartsWith(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
 }
 
+bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// A failure as every command gives it: the exit code, one "orvclus: " line
+// on stderr that mentions `mentions`, and with --json one object on stdout
+// carrying the same sentence and the exit code.
+void ExpectFailure(const Outcome& run, DWORD exitCode, const std::string& mentions, bool json) {
+    EXPECT_EQ(exitCode, run.exitCode) << run.err;
+    const std::vector<std::string> lines = Lines(run.err);
+    ASSERT_EQ(1u, lines.size()) << run.err;
+    EXPECT_TRUE(StartsWith(lines[0], "orvclus: ")) << lines[0];
+    EXPECT_TRUE(Has(lines[0], mentions)) << lines[0];
+    if (!json) {
+        EXPECT_EQ("", run.out);
+        return;
+    }
+    nlohmann::json failure;
+    ASSERT_NO_THROW(failure = nlohmann::json::parse(run.out)) << run.out;
+    EXPECT_EQ(lines[0].substr(9), failure["error"]) << run.out;
+    EXPECT_EQ(exitCode, failure["code"]) << run.out;
+}
+
 // The plain text as label -> value, checking on the way that every line is
 // "label:" with its value in the one column shared by all lines.
 std::map<std::string, std::string> Fields(const std::vector<std::string>& lines) {
@@ -134,28 +156,24 @@ std::map<std::string, std::string> Fields(const std::vector<std::string>& lines)
     return fields;
 }
 
-TEST(OrvclusStatus, PlainTextOnAMachineWithoutCluster) {
+TEST(OrvclusStatus, WithoutClusterInTextAndJson) {
     const Outcome run = RunOrvclus(L"status");
     ASSERT_EQ(0u, run.exitCode) << run.err;
     EXPECT_EQ("", run.err) << "nothing goes to stderr without --trace";
-
     const std::vector<std::string> lines = Lines(run.out);
     ASSERT_GE(lines.size(), 2u) << run.out;
     EXPECT_EQ("This machine is not part of a cluster.", lines[0]);
     std::map<std::string, std::string> fields = Fields({lines.begin() + 1, lines.end()});
-    EXPECT_EQ("0 (not clustered)", fields["Cluster type"]);
-    EXPECT_EQ("no", fields["Cluster open"]);
+    EXPECT_EQ("not clustered (0)", fields["Cluster type"]);
     EXPECT_EQ("no", fields["Cluster key present"]);
-    EXPECT_EQ(Utf8(OrvGetComputerName()), fields["Computer name"]);
-    EXPECT_EQ(Utf8(*Cluster::GetOrvVirtualServerName()), fields["Virtual server name"]);
-    EXPECT_EQ("no", fields["Product clustered"]);
-}
+    EXPECT_EQ(Utf8(OrvGetComputerName()), fields["This computer's name"]);
+    EXPECT_EQ(Utf8(*Cluster::GetOrvVirtualServerName()), fields["This computer's virtual server name"]);
 
-TEST(OrvclusStatus, JsonIsOneObjectOfTheSameFacts) {
-    const Outcome run = RunOrvclus(L"status --json");
-    ASSERT_EQ(0u, run.exitCode) << run.err;
+    // The same facts, and the options of every command before the command.
+    const Outcome json = RunOrvclus(L"--json STATUS");
+    ASSERT_EQ(0u, json.exitCode) << json.err;
     nlohmann::json status;
-    ASSERT_NO_THROW(status = nlohmann::json::parse(run.out)) << run.out;
+    ASSERT_NO_THROW(status = nlohmann::json::parse(json.out)) << json.out;
     const nlohmann::json expected = {
         {"machine", nullptr},
         {"cluster_type", 0},
@@ -164,19 +182,20 @@ TEST(OrvclusStatus, JsonIsOneObjectOfTheSameFacts) {
         {"cluster_name", ""},
         {"nodes", nullptr},
         {"cluster_key_present", false},
+        {"cluster_service", nullptr},
         {"computer_name", Utf8(OrvGetComputerName())},
         {"computer_is_node", nullptr},
         {"virtual_server_name", Utf8(*Cluster::GetOrvVirtualServerName())},
         {"product_clustered", false},
     };
-    EXPECT_EQ(expected, status) << run.out;
+    EXPECT_EQ(expected, status) << json.out;
 }
 
 TEST(OrvclusStatus, MachineNameSurvivesTheTracedRunAndComesBackAsJson) {
     // Blanks, quotes, a trailing backslash and non-ASCII letters must reach
     // the child of the trace viewer unchanged and come out escaped in UTF-8.
     const std::wstring machine = L"N\u00f6d\u00e9 \"B\" C\\";
-    const Outcome run = RunOrvclus(L"status --machine \"N\u00f6d\u00e9 \\\"B\\\" C\\\\\" --json --trace");
+    const Outcome run = RunOrvclus(L"--machine \"N\u00f6d\u00e9 \\\"B\\\" C\\\\\" status --json --trace");
     ASSERT_EQ(0u, run.exitCode) << run.err;
     nlohmann::json status;
     ASSERT_NO_THROW(status = nlohmann::json::parse(run.out)) << run.out;
@@ -212,6 +231,11 @@ TEST(OrvclusTrace, LibraryLinesGoToStderrWhileStdoutStaysTheSame) {
               std::find(remoteMessages.begin(), remoteMessages.end(),
                         "Unable to connect to the registry on NO-SUCH-HOST-X"))
         << remote.err;
+
+    // A command that never asks the library says that there was nothing to show.
+    const Outcome silent = RunOrvclus(L"help --trace");
+    EXPECT_EQ(0u, silent.exitCode);
+    EXPECT_EQ("orvclus: the library wrote no trace line while the command ran\n", silent.err);
 }
 
 TEST(OrvclusUsage, BadCommandLinesGiveExitCode2AndOneLine) {
@@ -221,49 +245,68 @@ TEST(OrvclusUsage, BadCommandLinesGiveExitCode2AndOneLine) {
     } cases[] = {
         {L"", "no command"},
         {L"frobnicate", "'frobnicate'"},
-        {L"status --foo", "unknown option '--foo'"},
+        {L"status \"\"", "is empty"},
+        {L"backup-db \"\"", "is empty"},
+        {L"status --foo", "'status' has no option '--foo'"},
+        {L"--foo status", "'status' has no option '--foo'"},
+        {L"definition --machine N", "'definition' has no option '--machine'"},
         {L"status --machine", "'--machine'"},
+        {L"status --machine=", "'--machine'"},
         {L"status --machine --json", "'--machine'"},
+        {L"--machine A status --machine B", "more than once"},
         {L"status extra", "'extra'"},
         {L"backup-db", "PATH"},
         {L"backup-db A B", "'B'"},
         {L"resources --type", "'--type'"},
+        // What the trace viewer tells its traced run is no option.
+        {L"status --traced-run", "'--traced-run'"},
         // Refused before the traced run starts, so said once.
         {L"status --trace --bogus", "'--bogus'"},
         // Refused by the traced run itself, whose exit code comes back.
         {L"help nope --trace", "'nope'"},
     };
     for (const auto& c : cases) {
-        const Outcome run = RunOrvclus(c.arguments);
-        SCOPED_TRACE(std::string("arguments: ") + Utf8(c.arguments));
-        EXPECT_EQ(2u, run.exitCode);
-        EXPECT_EQ("", run.out);
-        const std::vector<std::string> lines = Lines(run.err);
-        ASSERT_EQ(1u, lines.size()) << run.err;
-        EXPECT_TRUE(StartsWith(lines[0], "orvclus: ")) << lines[0];
-        EXPECT_NE(std::string::npos, lines[0].find(c.mentions)) << lines[0];
+        for (const bool json : {false, true}) {
+            SCOPED_TRACE(Utf8(c.arguments) + (json ? " (--json)" : ""));
+            ExpectFailure(RunOrvclus(std::wstring(json ? L"--json " : L"") + c.arguments), 2, c.mentions,
+                          json || Has(Utf8(c.arguments), "--json"));
+        }
     }
 }
 
-TEST(OrvclusUsage, HelpNamesTheCommandsAndTheirOptions) {
-    for (const wchar_t* arguments : {L"help", L"--help"}) {
+TEST(OrvclusUsage, HelpAndVersionInTextAndJson) {
+    for (const wchar_t* arguments : {L"help", L"--help", L"-h"}) {
         const Outcome run = RunOrvclus(arguments);
         EXPECT_EQ(0u, run.exitCode) << run.err;
-        EXPECT_NE(std::string::npos, run.out.find("status")) << run.out;
-        EXPECT_NE(std::string::npos, run.out.find("--json")) << run.out;
+        EXPECT_TRUE(Has(run.out, "status") && Has(run.out, "--json")) << run.out;
     }
     const Outcome status = RunOrvclus(L"status --help");
-    EXPECT_EQ(0u, status.exitCode) << status.err;
-    EXPECT_NE(std::string::npos, status.out.find("--machine NAME")) << status.out;
+    EXPECT_TRUE(Has(status.out, "--machine NAME")) << status.out;
+    EXPECT_FALSE(Has(status.out, "traced")) << status.out;
+
+    const Outcome help = RunOrvclus(L"help --json");
+    nlohmann::json usage;
+    ASSERT_NO_THROW(usage = nlohmann::json::parse(help.out)) << help.out;
+    EXPECT_EQ("status", usage["commands"][0]["name"]);
+    const Outcome one = RunOrvclus(L"--json help BACKUP-DB");
+    ASSERT_NO_THROW(usage = nlohmann::json::parse(one.out)) << one.out;
+    EXPECT_EQ("orvclus backup-db PATH [--machine NAME] [--json] [--trace]", usage["usage"]);
+
+    const Outcome version = RunOrvclus(L"--version");
+    EXPECT_EQ(0u, version.exitCode);
+    EXPECT_TRUE(StartsWith(version.out, "orvclus ")) << version.out;
+    EXPECT_TRUE(Has(version.out, "orvcluster.dll")) << version.out;
 }
 
-// ---- On the example cluster ----
+// ---- On the example clusters ----
 
 const std::wstring kScenario = orvtest::ExampleScenario();
 
+Outcome RunOnExampleCluster(const std::wstring& arguments) { return RunOrvclus(arguments, kScenario); }
+
 // Runs orvclus with the example cluster and answers its JSON.
 nlohmann::json JsonOnExampleCluster(const std::wstring& arguments) {
-    const Outcome run = RunOrvclus(arguments + L" --json", kScenario);
+    const Outcome run = RunOnExampleCluster(arguments + L" --json");
     EXPECT_EQ(0u, run.exitCode) << run.err;
     EXPECT_EQ("", run.err);
     nlohmann::json parsed;
@@ -280,12 +323,9 @@ std::vector<std::vector<std::string>> TableCells(const std::vector<std::string>&
         ADD_FAILURE() << "no table";
         return cells;
     }
-    const std::string& rule = lines[1];
     std::vector<size_t> starts;
-    for (size_t i = 0; i < rule.size(); ++i) {
-        EXPECT_TRUE(rule[i] == '-' || rule[i] == ' ') << rule;
-        if (rule[i] == '-' && (i == 0 || rule[i - 1] == ' ')) starts.push_back(i);
-    }
+    for (size_t i = 0; i < lines[1].size(); ++i)
+        if (lines[1][i] == '-' && (i == 0 || lines[1][i - 1] == ' ')) starts.push_back(i);
     for (size_t row = 0; row < lines.size(); ++row) {
         if (row == 1) continue;
         const std::string& line = lines[row];
@@ -293,13 +333,10 @@ std::vector<std::vector<std::string>> TableCells(const std::vector<std::string>&
         for (size_t column = 0; column < starts.size(); ++column) {
             const size_t start = starts[column];
             const size_t end = column + 1 < starts.size() ? starts[column + 1] : std::string::npos;
-            EXPECT_TRUE(start < line.size() && line[start] != ' ')
-                << "no cell in column " << column << ": " << line;
-            if (start > 0 && start <= line.size()) {
-                EXPECT_EQ(' ', line[start - 1]) << "cell out of column: " << line;
-            }
-            std::string cell;
-            if (start < line.size()) cell = line.substr(start, end == std::string::npos ? end : end - start);
+            EXPECT_TRUE(start < line.size() && line[start] != ' ' && (start == 0 || line[start - 1] == ' '))
+                << "cell out of column " << column << ": " << line;
+            std::string cell = start < line.size() ? line.substr(start, end == std::string::npos ? end : end - start)
+                                                   : std::string();
             cell.erase(cell.find_last_not_of(' ') + 1);
             cells.back().push_back(cell);
         }
@@ -307,30 +344,38 @@ std::vector<std::vector<std::string>> TableCells(const std::vector<std::string>&
     return cells;
 }
 
-TEST(OrvclusCluster, StatusNamesTheClusterItsNodesAndWhetherThisComputerIsOne) {
+TEST(OrvclusCluster, StatusNamesTheClusterAndSaysWhichLinesAreAboutThisComputer) {
     const nlohmann::json status = JsonOnExampleCluster(L"status");
     EXPECT_EQ(1, status["cluster_type"]);
-    EXPECT_EQ(true, status["cluster_open"]);
     EXPECT_EQ("ORVCLUS01", status["cluster_name"]);
     EXPECT_EQ(nlohmann::json({"NODE1", "NODE2"}), status["nodes"]);
     const std::string computer = Utf8(OrvGetComputerName());
-    EXPECT_EQ(computer == "NODE1" || computer == "NODE2", status["computer_is_node"]);
+    const bool isNode = computer == "NODE1" || computer == "NODE2";
+    EXPECT_EQ(isNode, status["computer_is_node"]);
 
-    const Outcome text = RunOrvclus(L"status", kScenario);
-    ASSERT_EQ(0u, text.exitCode) << text.err;
-    const std::vector<std::string> lines = Lines(text.out);
-    ASSERT_GE(lines.size(), 2u) << text.out;
-    EXPECT_EQ("This machine belongs to a failover cluster.", lines[0]);
-    std::map<std::string, std::string> fields = Fields({lines.begin() + 1, lines.end()});
-    EXPECT_EQ("NODE1, NODE2", fields["Cluster nodes"]);
-    EXPECT_EQ(status["computer_is_node"] == true ? "yes" : "no", fields["Computer is a node"]);
+    // Asked about the cluster by its name, the lines about this computer say so.
+    for (const wchar_t* arguments : {L"status", L"status --machine ORVCLUS01"}) {
+        const Outcome text = RunOnExampleCluster(arguments);
+        ASSERT_EQ(0u, text.exitCode) << text.err;
+        const std::vector<std::string> lines = Lines(text.out);
+        ASSERT_GE(lines.size(), 2u) << text.out;
+        const bool local = Utf8(arguments) == "status";
+        EXPECT_EQ(!local              ? "ORVCLUS01 belongs to failover cluster ORVCLUS01."
+                  : isNode ? "This machine belongs to failover cluster ORVCLUS01."
+                           : "This machine reaches failover cluster ORVCLUS01, but is not one of its nodes.",
+                  lines[0]);
+        std::map<std::string, std::string> fields = Fields({lines.begin() + 1, lines.end()});
+        EXPECT_EQ("failover cluster (1)", fields["Cluster type"]);
+        EXPECT_EQ("NODE1, NODE2", fields["Nodes"]);
+        EXPECT_EQ(computer, fields["This computer's name"]);
+        EXPECT_EQ(isNode ? "yes" : "no", fields["This computer is a node"]);
+    }
 }
 
 TEST(OrvclusCluster, NodesResourcesAndNetworksAsJson) {
     const nlohmann::json nodes = JsonOnExampleCluster(L"nodes");
     EXPECT_EQ("ORVCLUS01", nodes["cluster_name"]);
     ASSERT_EQ(2u, nodes["nodes"].size()) << nodes;
-    EXPECT_EQ("NODE1", nodes["nodes"][0]["name"]);
     EXPECT_EQ("NODE2", nodes["nodes"][1]["name"]);
 
     // The type is matched exactly; every other fact comes from the resource itself.
@@ -344,8 +389,10 @@ TEST(OrvclusCluster, NodesResourcesAndNetworksAsJson) {
          {"owner_node", "NODE2"}, {"state", "online"}, {"state_code", 2}},
     };
     EXPECT_EQ(expected, names["resources"]) << names;
-    EXPECT_EQ(0u, JsonOnExampleCluster(L"resources --type \"network name\"")["resources"].size());
     EXPECT_EQ(16u, JsonOnExampleCluster(L"resources")["resources"].size());
+    EXPECT_EQ(0u, JsonOnExampleCluster(L"resources --type Nothing")["resources"].size());
+    ExpectFailure(RunOnExampleCluster(L"resources --type \"network name\""), 1,
+                  "no resource has type \"network name\"; did you mean \"Network Name\"?", false);
 
     const nlohmann::json networks = JsonOnExampleCluster(L"networks");
     const nlohmann::json expectedNetworks = {
@@ -358,14 +405,14 @@ TEST(OrvclusCluster, NodesResourcesAndNetworksAsJson) {
 }
 
 TEST(OrvclusCluster, GroupsAsAnAlignedTable) {
-    const Outcome run = RunOrvclus(L"groups", kScenario);
+    const Outcome run = RunOnExampleCluster(L"groups");
     ASSERT_EQ(0u, run.exitCode) << run.err;
     const std::vector<std::string> lines = Lines(run.out);
     ASSERT_GE(lines.size(), 4u) << run.out;
     EXPECT_EQ("Cluster ORVCLUS01 has 4 groups.", lines[0]);
     EXPECT_EQ("", lines[1]);
     const std::vector<std::vector<std::string>> expected = {
-        {"Group", "Owner", "State"},
+        {"Group", "Owner node", "State"},
         {"Cluster Group", "NODE1", "online"},
         {"Orvane Group", "NODE1", "online"},
         {"SQL Server (MSSQLSERVER)", "NODE2", "online"},
@@ -375,13 +422,13 @@ TEST(OrvclusCluster, GroupsAsAnAlignedTable) {
 }
 
 TEST(OrvclusCluster, DrivesDisksAndSharedVolumes) {
-    EXPECT_EQ(nlohmann::json({"Q:\\", "S:\\", "T:\\", "U:\\", "C:\\ClusterStorage\\Volume1\\"}),
+    EXPECT_EQ(nlohmann::json({"Q:", "S:", "T:", "U:", "C:\\ClusterStorage\\Volume1"}),
               JsonOnExampleCluster(L"drives")["drives"]);
 
     const nlohmann::json disks = JsonOnExampleCluster(L"disks")["disks"];
     ASSERT_EQ(5u, disks.size()) << disks;
     EXPECT_EQ("Cluster Disk 1", disks[1]["name"]);
-    const nlohmann::json partition = {{"device", "S:\\"}, {"label", "Orvane Data"}, {"number", 1},
+    const nlohmann::json partition = {{"device", "S:"}, {"label", "Orvane Data"}, {"number", 1},
                                       {"volume_guid", "{5a1f0b2c-3d4e-4f60-8172-93a4b5c6d702}"}};
     EXPECT_EQ(nlohmann::json::array({partition}), disks[1]["partitions"]);
 
@@ -398,53 +445,127 @@ TEST(OrvclusCluster, DrivesDisksAndSharedVolumes) {
     EXPECT_EQ(nlohmann::json::array({volume}), shared["resources"][0]["volumes"]);
 }
 
-TEST(OrvclusCluster, DefinitionShowsTheServiceResourceTable) {
-    const nlohmann::json definition =
-        JsonOnExampleCluster(L"definition --dir \"" + orvtest::ExamplePath() + L"\"");
-    EXPECT_EQ("clusconfig.xml", definition["file_name"]);
+TEST(OrvclusCluster, DefinitionNamesItsFileAndSaysWhyAFileCannotBeUsed) {
+    const std::wstring examples = orvtest::ExamplePath();
+    const nlohmann::json definition = JsonOnExampleCluster(L"definition --dir \"" + examples + L"\"");
+    EXPECT_EQ(Utf8(examples) + "\\clusconfig.xml", definition["file"]);
     EXPECT_EQ("Orvane", definition["product"]);
-    EXPECT_EQ("Orvane Group", definition["default_group"]);
-    EXPECT_EQ("\\Brassel\\Orvane\\", definition["default_dir"]);
+    EXPECT_EQ("\\Brassel\\Orvane\\", definition["default_directory"]);
     const nlohmann::json& table = definition["resources"];
     ASSERT_EQ(5u, table.size()) << definition;
-    EXPECT_EQ("Orvane IP Address", table[0]["name"]);
     EXPECT_EQ(nullptr, table[0]["service"]);
-    EXPECT_EQ("Network Name", table[1]["type"]);
     const nlohmann::json third = {{"name", "Orvane Discovery Service"}, {"type", "Generic Service"},
                                   {"service", "OrvDiscovery"}, {"dependencies", nlohmann::json::array()}};
     EXPECT_EQ(third, table[2]);
-    EXPECT_EQ(nlohmann::json({"Orvane Discovery Service"}), table[3]["dependencies"]);
     EXPECT_EQ(nlohmann::json({"Orvane Job Engine"}), table[4]["dependencies"]);
+
+    // The library reads its definition once per run: each file gets a run of its own.
+    orvtest::ScratchFolder folder(L"orvclus-definition");
+    const struct {
+        const char* folder;
+        const char* text;  // null: no file
+        const char* mentions;
+    } cases[] = {
+        {"empty", nullptr, "no readable clusconfig.xml in \"" },
+        {"broken", "<ClusterDefinition>\n  <Section name=\"INFO\">\n</ClusterDefinition>\n", "clusconfig.xml\": line "},
+        {"foreign", "<Settings><Item name=\"Colour\">red</Item></Settings>\n", "has none of the keys"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.folder);
+        const std::wstring where = folder.Path() + L"\\" + std::wstring(c.folder, c.folder + strlen(c.folder));
+        CreateDirectoryW(where.c_str(), nullptr);
+        if (c.text) folder.Write(std::wstring(c.folder, c.folder + strlen(c.folder)) + L"\\clusconfig.xml", c.text);
+        const Outcome run = RunOnExampleCluster(L"definition --json --dir \"" + where + L"\"");
+        ExpectFailure(run, 1, c.mentions, true);
+        EXPECT_TRUE(Has(run.err, "\"" + Utf8(where) + (c.text ? "\\clusconfig.xml\"" : "\""))) << run.err;
+    }
 }
 
-TEST(OrvclusCluster, BackupIntoAFolderAndIntoAMissingOne) {
+TEST(OrvclusCluster, BackupWhereTheClusterVersionOffersIt) {
+    // Version 6.1 no longer offers a backup of the cluster database.
+    ExpectFailure(RunOnExampleCluster(L"backup-db C:\\"), 1,
+                  "cluster ORVCLUS01 (version 6.1) does not offer a backup of its database; this was removed in "
+                  "version 6.0",
+                  false);
+
+    const std::wstring older = orvtest::ExamplePath("scenarios/two-node-failover-2003.json");
     orvtest::ScratchFolder folder(L"orvclus-backup");
-    const Outcome done = RunOrvclus(L"backup-db \"" + folder.Path() + L"\"", kScenario);
+    const Outcome done = RunOrvclus(L"backup-db --json \"" + folder.Path() + L"\"", older);
     EXPECT_EQ(0u, done.exitCode) << done.err;
     EXPECT_EQ("", done.err);
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((folder.Path() + L"\\chk0001.tmp").c_str()))
         << done.out;
 
     const std::wstring missing = folder.Path() + L"\\missing";
-    const Outcome failed = RunOrvclus(L"backup-db \"" + missing + L"\" --json", kScenario);
-    EXPECT_EQ(1u, failed.exitCode);
-    EXPECT_EQ("", failed.out);
-    const std::vector<std::string> lines = Lines(failed.err);
-    ASSERT_EQ(1u, lines.size()) << failed.err;
-    EXPECT_TRUE(
-        StartsWith(lines[0], "orvclus: cannot back up the database of cluster ORVCLUS01 to " + Utf8(missing)))
-        << lines[0];
-    EXPECT_NE(std::string::npos, lines[0].find("(error 3)")) << lines[0];
+    const Outcome failed = RunOrvclus(L"backup-db \"" + missing + L"\" --json", older);
+    ExpectFailure(failed, 1, "cannot back up the database of cluster ORVCLUS52 to \"" + Utf8(missing) + "\"", true);
+    EXPECT_TRUE(Has(failed.err, "(error 3)")) << failed.err;
 }
 
-TEST(OrvclusCluster, InventoryWithoutClusterIsOneLineAndExitCode1) {
-    for (const wchar_t* command : {L"nodes", L"resources", L"groups", L"networks", L"drives", L"disks",
-                                   L"shared-volumes", L"backup-db C:\\", L"definition"}) {
+// ---- When there is no cluster to show ----
+
+const wchar_t* const kClusterCommands[] = {L"nodes",  L"resources",      L"groups",         L"networks",
+                                           L"drives", L"disks",          L"shared-volumes", L"backup-db C:\\",
+                                           L"definition"};
+
+TEST(OrvclusNoCluster, EveryCommandSaysWhyInOneLineAndExitCode1) {
+    for (const wchar_t* command : kClusterCommands) {
         SCOPED_TRACE(Utf8(command));
-        const Outcome run = RunOrvclus(std::wstring(command) + L" --json");
-        EXPECT_EQ(1u, run.exitCode);
-        EXPECT_EQ("", run.out);
-        EXPECT_EQ("orvclus: this machine is not part of a cluster\n", run.err);
+        ExpectFailure(RunOrvclus(std::wstring(command) + L" --json"), 1, "this machine is not part of a cluster",
+                      true);
+    }
+}
+
+TEST(OrvclusNoCluster, AScenarioThatCannotBeLoadedSaysWhy) {
+    orvtest::ScratchFolder folder(L"orvclus-scenario");
+    const struct {
+        const wchar_t* file;
+        const char* text;  // null: no file
+        const char* mentions;
+    } cases[] = {
+        {L"missing.json", nullptr, "cannot read"},
+        {L"text.json", "two nodes, one disk\n", "scenario"},
+        {L"misspelt.json", "{\"cluster\": {\"name\": \"C\", \"verison\": {}}}\n", "unknown field 'verison'"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(Utf8(c.file));
+        const std::wstring path = c.text ? folder.Write(c.file, c.text) : folder.Path() + L"\\" + c.file;
+        for (const wchar_t* command : {L"status", L"groups --json"}) {
+            const Outcome run = RunOrvclus(command, path);
+            ExpectFailure(run, 1, "orvclus: the simulated cluster could not be loaded: ", Has(Utf8(command), "json"));
+            EXPECT_TRUE(Has(run.err, c.mentions)) << run.err;
+        }
+    }
+}
+
+// This computer with the cluster key and a cluster service that is not
+// running: the library waits for one that starts, and orvclus says so.
+TEST(OrvclusNoCluster, ClusterNodeWhoseServiceDoesNotRun) {
+    orvtest::RemoveService(L"ClusSvc");
+    orvtest::ScopedMachineKey clusterKey(L"Cluster");
+    const struct {
+        DWORD startType;
+        const char* why;
+        const char* progress;
+    } cases[] = {
+        {SERVICE_DEMAND_START, "its cluster service (ClusSvc) is not running", nullptr},
+        {SERVICE_AUTO_START, "its cluster service (ClusSvc) did not start within 60 seconds",
+         "orvclus: waiting for the cluster service (ClusSvc) to start; this can take up to 60 seconds...\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        orvtest::TestService service(L"ClusSvc", L"", c.startType);
+        const Outcome status = RunOrvclus(L"status", kScenario);
+        EXPECT_EQ(0u, status.exitCode);
+        EXPECT_EQ(c.progress ? c.progress : "", status.err);
+        EXPECT_EQ(std::string("This machine is a cluster node, but ") + c.why + ".", Lines(status.out).at(0));
+        EXPECT_TRUE(Has(status.out, c.progress ? "ClusSvc starting" : "ClusSvc not running")) << status.out;
+
+        const Outcome nodes = RunOrvclus(L"nodes", kScenario);
+        EXPECT_EQ(1u, nodes.exitCode);
+        EXPECT_EQ(std::string(c.progress ? c.progress : "") + "orvclus: this machine is a cluster node, but " + c.why +
+                      "\n",
+                  nodes.err);
     }
 }
 

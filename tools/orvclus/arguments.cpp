@@ -19,8 +19,11 @@ const std::wstring* ParsedArguments::Value(const std::wstring& option) const {
     return found == options_.end() ? nullptr : &found->second;
 }
 
+bool IsOptionToken(const std::wstring& token) { return token.size() > 1 && token[0] == L'-'; }
+
 bool ParseArguments(const std::vector<std::wstring>& tokens, const std::vector<OptionSpec>& options,
-                    size_t maxOperands, ParsedArguments& result, std::wstring& error) {
+                    size_t maxOperands, const std::wstring& command, ParsedArguments& result,
+                    std::wstring& error) {
     result = ParsedArguments();
     bool operandsOnly = false;
     for (size_t i = 0; i < tokens.size(); ++i) {
@@ -29,9 +32,9 @@ bool ParseArguments(const std::vector<std::wstring>& tokens, const std::vector<O
             operandsOnly = true;
             continue;
         }
-        if (operandsOnly || token.size() < 2 || token[0] != L'-') {
+        if (operandsOnly || !IsOptionToken(token)) {
             if (result.operands_.size() >= maxOperands) {
-                error = L"unexpected argument '" + token + L"'";
+                error = L"unexpected argument '" + token + L"' for '" + command + L"'";
                 return false;
             }
             result.operands_.push_back(token);
@@ -42,7 +45,7 @@ bool ParseArguments(const std::vector<std::wstring>& tokens, const std::vector<O
         const std::wstring name = token.substr(0, equals);
         const OptionSpec* option = FindOption(options, name);
         if (!option) {
-            error = L"unknown option '" + name + L"'";
+            error = L"'" + command + L"' has no option '" + name + L"'";
             return false;
         }
         std::wstring value;
@@ -54,7 +57,7 @@ bool ParseArguments(const std::vector<std::wstring>& tokens, const std::vector<O
         } else {
             if (equals != std::wstring::npos) {
                 value = token.substr(equals + 1);
-            } else if (i + 1 < tokens.size() && !(tokens[i + 1].size() > 1 && tokens[i + 1][0] == L'-')) {
+            } else if (i + 1 < tokens.size() && !IsOptionToken(tokens[i + 1])) {
                 // An option name where the value should be means the value is missing.
                 value = tokens[++i];
             }

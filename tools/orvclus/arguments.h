@@ -13,7 +13,6 @@ struct OptionSpec {
     std::wstring name;
     std::wstring value;
     std::wstring help;
-    bool hidden = false;  // left out of the usage text
 };
 
 // The options and operands of a command line once they have been checked.
@@ -26,16 +25,22 @@ public:
 
 private:
     friend bool ParseArguments(const std::vector<std::wstring>&, const std::vector<OptionSpec>&,
-                               size_t, ParsedArguments&, std::wstring&);
+                               size_t, const std::wstring&, ParsedArguments&, std::wstring&);
     std::map<std::wstring, std::wstring> options_;
     std::vector<std::wstring> operands_;
 };
 
 // Checks `tokens` against `options`, allowing at most `maxOperands` operands
 // (after "--" every token is an operand). On the first bad token answers
-// false with `error` set to a one-line explanation.
+// false with `error` set to a one-line explanation. `command` names the
+// command in that explanation.
 bool ParseArguments(const std::vector<std::wstring>& tokens, const std::vector<OptionSpec>& options,
-                    size_t maxOperands, ParsedArguments& result, std::wstring& error);
+                    size_t maxOperands, const std::wstring& command, ParsedArguments& result,
+                    std::wstring& error);
+
+// Whether the token names an option ("--json", "--machine=NODE1", "-h"),
+// not an operand.
+bool IsOptionToken(const std::wstring& token);
 
 // The argument written so that CommandLineToArgvW and the C runtime read it
 // back unchanged: quoted when needed, with quotes and the backslashes before

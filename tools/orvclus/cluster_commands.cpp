@@ -3,11 +3,11 @@
 #include <list>
 #include <memory>
 
-#include "bindings/cluster_handles.h"
+#include "orvcluster.h"
+
 #include "cluster_target.h"
 #include "commands.h"
 #include "console.h"
-#include "failover/resource_control.h"
 
 namespace orvclus {
 
@@ -84,12 +84,23 @@ int RunResources(const ParsedArguments& arguments, Format format) {
     const bool listed =
         type ? target.failover->GetResources(names, type->c_str()) : target.failover->GetResources(names);
     if (!listed) return ListFailure(target, L"resources");
+    if (type && names.empty()) {
+        // The type is matched exactly: point at the types that differ only in case.
+        std::list<std::wstring> types;
+        std::wstring others;
+        if (target.failover->GetTypes(types))
+            for (const std::wstring& known : types)
+                if (CompareStringOrdinal(known.c_str(), -1, type->c_str(), -1, TRUE) == CSTR_EQUAL)
+                    others += (others.empty() ? L"" : L" or ") + Quoted(known);
+        if (!others.empty())
+            return Failure(L"no resource has type " + Quoted(*type) + L"; did you mean " + others + L"?");
+    }
 
     orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
     Table table({{L"name", L"Resource"},
                  {L"type", L"Type"},
                  {L"group", L"Group"},
-                 {L"owner_node", L"Owner"},
+                 {L"owner_node", L"Owner node"},
                  {L"state", L"State"},
                  {L"state_code", L""}});
     for (const std::wstring& name : names) {
@@ -105,39 +116,11 @@ int RunResources(const ParsedArguments& arguments, Format format) {
         table.AddRow({Value::Text(name), TextOrNone(typeKnown, typeName), TextOrNone(groupKnown, group),
                       TextOrNone(ownerKnown, owner), Value::Text(ResourceStateName(state)), Value::Number(state)});
     }
-    Report report = ClusterReport(
-        target, CountHeadline(target, names.size(), L"resource", type ? L" of type \"" + *type + L"\"" : L""));
+    Report report =
+        ClusterReport(target, CountHeadline(target, names.size(), L"resource", type ? L" of type " + Quoted(*type) : L""));
     report.AddJsonOnly(L"type", type ? Value::Text(*type) : Value::None());
     report.AddTable(L"resources", table);
     return PrintReport(report, format);
-}
-
-// The names of one kind of cluster object, straight from the cluster's
-// enumeration. False with the reason in the thread's last error.
-bool EnumerateObjects(HCLUSTER cluster, DWORD kind, std::list<std::wstring>& names) {
-    orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
-    orv::UniqueClusterEnum enumeration(glue->ClusterOpenEnum(cluster, kind));
-    if (!enumeration) return false;
-    DWORD result = ERROR_SUCCESS;
-    std::wstring name(kNameChars, L'\0');
-    for (DWORD index = 0; result == ERROR_SUCCESS;) {
-        DWORD length = static_cast<DWORD>(name.size());
-        DWORD objectType = 0;
-        result = glue->ClusterEnum(enumeration.Get(), index, &objectType, &name[0], &length);
-        if (result == ERROR_MORE_DATA && length + 1 > name.size()) {
-            // The length needed leaves out the terminator.
-            name.assign(length + 1, L'\0');
-            result = ERROR_SUCCESS;
-            continue;
-        }
-        if (result == ERROR_SUCCESS) {
-            names.push_back(name.c_str());
-            ++index;
-        }
-    }
-    if (result == ERROR_NO_MORE_ITEMS) return true;
-    SetLastError(result);
-    return false;
 }
 
 int RunGroups(const ParsedArguments& arguments, Format format) {
@@ -145,10 +128,11 @@ int RunGroups(const ParsedArguments& arguments, Format format) {
     if (!OpenTarget(arguments, L"groups", Needs::FailoverCluster, target)) return kExitFailure;
     const HCLUSTER cluster = target.failover->GetClusterHandle();
     std::list<std::wstring> names;
-    if (!EnumerateObjects(cluster, CLUSTER_ENUM_GROUP, names)) return ListFailure(target, L"groups");
+    orv::ClusterObjects groups(cluster, CLUSTER_ENUM_GROUP, /*growNames=*/true);
+    if (!groups || !groups.AppendNames(names)) return ListFailure(target, L"groups");
 
     orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
-    Table table({{L"name", L"Group"}, {L"owner_node", L"Owner"}, {L"state", L"State"}, {L"state_code", L""}});
+    Table table({{L"name", L"Group"}, {L"owner_node", L"Owner node"}, {L"state", L"State"}, {L"state_code", L""}});
     for (const std::wstring& name : names) {
         orv::UniqueClusterGroup group(glue->OpenClusterGroup(cluster, name.c_str()));
         wchar_t owner[kNameChars] = {};
@@ -188,7 +172,7 @@ int RunNetworks(const ParsedArguments& arguments, Format format) {
                  {L"role", L"Role"},
                  {L"role_code", L""},
                  {L"address", L"Address"},
-                 {L"address_mask", L"Mask"}});
+                 {L"address_mask", L"Address mask"}});
     for (const std::wstring& name : names) {
         orv::UniqueClusterNetwork network(
             glue->OpenClusterNetwork(target.failover->GetClusterHandle(), name.c_str()));
@@ -217,7 +201,7 @@ std::vector<Command> ClusterCommands() {
     Command resources = ClusterCommand(
         L"resources", L"List the cluster's resources with their type, group, owner node and state.", RunResources);
     resources.options.push_back(
-        {kTypeOption, L"TYPE", L"only resources of type TYPE (exact name, such as \"Network Name\")"});
+        {kTypeOption, L"TYPE", L"only resources of type TYPE (its exact name and letter case, such as \"Network Name\")"});
     return {
         ClusterCommand(L"nodes", L"List the cluster's nodes, marking this computer.", RunNodes),
         resources,

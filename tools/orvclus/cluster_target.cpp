@@ -6,16 +6,36 @@
 
 namespace orvclus {
 
+namespace {
+
+// The states of Cluster::QueryClusterServiceState.
+constexpr unsigned long kServiceRunning = 4;
+constexpr unsigned long kServiceStarting = 2;
+constexpr unsigned long kServiceUnreachable = 0;
+
+bool IsThisComputer(const std::wstring* machine) {
+    return !machine || CompareStringOrdinal(machine->c_str(), -1, OrvGetComputerName().c_str(), -1, TRUE) ==
+                           CSTR_EQUAL;
+}
+
+// The sentence the cluster simulator left about the cluster it could not
+// load, when the clusapi.dll the library loaded is the simulator's; empty
+// otherwise. orvclus does not link the simulator: it asks for its export.
+std::wstring SimulatedClusterProblem() {
+    const HMODULE clusapi = GetModuleHandleW(L"clusapi.dll");
+    const FARPROC found = clusapi ? GetProcAddress(clusapi, "SimCluster_LastError") : nullptr;
+    if (!found) return std::wstring();
+    using LastError = const wchar_t*(WINAPI*)();
+    const wchar_t* sentence = reinterpret_cast<LastError>(reinterpret_cast<void (*)()>(found))();
+    return sentence ? sentence : L"";
+}
+
+}  // namespace
+
 const wchar_t kMachineOption[] = L"--machine";
 
 OptionSpec MachineOption() {
     return {kMachineOption, L"NAME", L"ask about machine NAME instead of this computer"};
-}
-
-std::wstring NotClustered(const std::wstring* machine) {
-    // A remote machine that cannot be reached looks exactly like one without cluster.
-    return machine ? *machine + L" is not part of a cluster, or cannot be reached"
-                   : L"this machine is not part of a cluster";
 }
 
 std::wstring ClusterTarget::Name() const {
@@ -24,17 +44,58 @@ std::wstring ClusterTarget::Name() const {
     return machine ? *machine : OrvGetComputerName();
 }
 
+std::wstring ClusterTarget::NoClusterReason() const {
+    // A remote machine that cannot be reached looks exactly like one without cluster.
+    if (!local.asked) return *machine + L" is not part of a cluster, or cannot be reached";
+    if (!local.keyPresent) return L"this machine is not part of a cluster";
+    const std::wstring node = L"this machine is a cluster node";
+    const std::wstring service = L"its cluster service (ClusSvc)";
+    if (local.serviceAfter == kServiceRunning)
+        return node + L" and " + service + L" is running, but its cluster cannot be opened (run with --trace to see why)";
+    if (local.serviceAfter == kServiceUnreachable)
+        return node + L", but the service manager cannot be asked about " + service;
+    if (local.serviceBefore == kServiceStarting)
+        return node + L", but " + service + L" did not start within " + std::to_wstring(kServiceWaitSeconds) +
+               L" seconds";
+    return node + L", but " + service + L" is not running";
+}
+
+bool FindCluster(const std::wstring* machine, ClusterTarget& target) {
+    target = ClusterTarget();
+    target.machine = machine;
+    const wchar_t* name = machine ? machine->c_str() : nullptr;
+    if (IsThisComputer(machine)) {
+        // The signs the library itself reads before it opens this computer's
+        // cluster: it waits for a starting cluster service.
+        target.local.asked = true;
+        target.local.keyPresent = Cluster::MachineMightBeClustered(nullptr);
+        if (target.local.keyPresent) target.local.serviceBefore = Cluster::QueryClusterServiceState(nullptr);
+        if (target.local.serviceBefore == kServiceStarting)
+            Progress(L"waiting for the cluster service (ClusSvc) to start; this can take up to " +
+                     std::to_wstring(kServiceWaitSeconds) + L" seconds...");
+    }
+    target.cluster = Cluster::GetInstance(name);
+    if (target.cluster->GetClusterType() == Cluster::MSCS)
+        target.failover = dynamic_cast<MSCSCluster*>(target.cluster.get());
+    if (target.local.keyPresent && target.cluster->GetClusterType() == Cluster::NotClustered)
+        target.local.serviceAfter = Cluster::QueryClusterServiceState(nullptr);
+
+    const std::wstring problem = SimulatedClusterProblem();
+    if (!problem.empty()) {
+        Failure(L"the simulated cluster could not be loaded: " + problem);
+        return false;
+    }
+    return true;
+}
+
 bool OpenTarget(const ParsedArguments& arguments, const std::wstring& command, Needs needs,
                 ClusterTarget& target) {
-    target = ClusterTarget();
-    target.machine = arguments.Value(kMachineOption);
-    target.cluster = Cluster::GetInstance(target.machine ? target.machine->c_str() : nullptr);
-    const std::wstring where = target.machine ? *target.machine : L"this machine";
-    switch (target.cluster->GetClusterType()) {
-        case Cluster::NotClustered: Failure(NotClustered(target.machine)); return false;
-        case Cluster::MSCS: target.failover = dynamic_cast<MSCSCluster*>(target.cluster.get()); break;
-        default: break;
+    if (!FindCluster(arguments.Value(kMachineOption), target)) return false;
+    if (target.cluster->GetClusterType() == Cluster::NotClustered) {
+        Failure(target.NoClusterReason());
+        return false;
     }
+    const std::wstring where = target.machine ? *target.machine : L"this machine";
     if (!target.cluster->Open()) {
         Failure(L"the cluster of " + where + L" cannot be opened (run with --trace to see why)");
         return false;
@@ -71,20 +132,6 @@ Command ClusterCommand(const wchar_t* name, const wchar_t* summary, int (*run)(c
 int ListFailure(const ClusterTarget& target, const std::wstring& what) {
     const DWORD error = GetLastError();
     return Win32Failure(L"list the " + what + L" of cluster " + target.Name(), error);
-}
-
-int Win32Failure(const std::wstring& what, DWORD error) {
-    wchar_t* text = nullptr;
-    const DWORD length =
-        FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
-                       nullptr, error, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
-    std::wstring reason = length && text ? std::wstring(text, length) : std::wstring();
-    if (text) LocalFree(text);
-    // The system's sentence ends in a full stop and a line break; here the
-    // error number follows it in brackets.
-    reason.erase(reason.find_last_not_of(L" .\r\n") + 1);
-    const std::wstring code = L"error " + std::to_wstring(error);
-    return Failure(L"cannot " + what + L": " + (reason.empty() ? code : reason + L" (" + code + L")"));
 }
 
 }  // namespace orvclus

@@ -15,18 +15,42 @@ namespace orvclus {
 extern const wchar_t kMachineOption[];
 OptionSpec MachineOption();
 
-// "this machine is not part of a cluster", or the same of a named machine.
-std::wstring NotClustered(const std::wstring* machine);
+// How long the library waits for a starting cluster service on this computer.
+constexpr int kServiceWaitSeconds = 60;
+
+// What this computer showed of a failover cluster around the opening of its
+// cluster. Only asked when the target is this computer.
+struct LocalSigns {
+    bool asked = false;
+    bool keyPresent = false;  // HKLM\Cluster
+    // Cluster::QueryClusterServiceState before and after the opening (4
+    // running, 2 starting, 1 otherwise, 0 no service manager); only asked
+    // when the key is there.
+    unsigned long serviceBefore = 0;
+    unsigned long serviceAfter = 0;
+};
 
 // The cluster a command works on: that of --machine, or of this computer.
 struct ClusterTarget {
     const std::wstring* machine = nullptr;  // null: this computer
     boost::shared_ptr<Cluster> cluster;
     MSCSCluster* failover = nullptr;  // the same object, when it is a failover cluster
+    LocalSigns local;
 
     // The cluster's own name, or the machine's when the cluster gave none.
     std::wstring Name() const;
+    // Why there is no cluster, as an error line says it: "this machine is
+    // not part of a cluster", "... but its cluster service (ClusSvc) is not
+    // running", ...
+    std::wstring NoClusterReason() const;
 };
+
+// Finds the cluster of `machine` (null: this computer) as the library sees
+// it. While the library waits for this computer's cluster service to start,
+// a line on standard error says so. When the simulated cluster platform
+// could not load its cluster, prints the failure line that says why and
+// answers false.
+bool FindCluster(const std::wstring* machine, ClusterTarget& target);
 
 // What a command needs of the cluster.
 enum class Needs { AnyCluster, FailoverCluster };
@@ -48,9 +72,5 @@ Command ClusterCommand(const wchar_t* name, const wchar_t* summary, int (*run)(c
 
 // The failure of listing `what` of the cluster, with the thread's last error.
 int ListFailure(const ClusterTarget& target, const std::wstring& what);
-
-// "cannot WHAT: the system's text for `error` (error N)" on standard error;
-// answers the exit code of a failed operation.
-int Win32Failure(const std::wstring& what, DWORD error);
 
 }  // namespace orvclus

@@ -2,19 +2,21 @@
 
 #include "commands.h"
 
+#include <windows.h>
+
 namespace orvclus {
 
 const wchar_t kJsonOption[] = L"--json";
 const wchar_t kTraceOption[] = L"--trace";
 const wchar_t kHelpOption[] = L"--help";
-const wchar_t kTracedRunOption[] = L"--traced-run";
+const wchar_t kVersionOption[] = L"--version";
 
 const std::vector<OptionSpec>& CommonOptions() {
     static const std::vector<OptionSpec> options = {
         {kJsonOption, L"", L"print the result as one JSON object"},
         {kTraceOption, L"", L"show the library's trace lines on standard error while the command runs"},
         {kHelpOption, L"", L"show how to use the command"},
-        {kTracedRunOption, L"", L"", true},
+        {kVersionOption, L"", L"show the version of orvclus and which orvcluster.dll it uses"},
     };
     return options;
 }
@@ -34,7 +36,7 @@ const std::vector<Command>& Commands() {
 
 const Command* FindCommand(const std::wstring& name) {
     for (const Command& command : Commands())
-        if (command.name == name) return &command;
+        if (CompareStringOrdinal(command.name.c_str(), -1, name.c_str(), -1, TRUE) == CSTR_EQUAL) return &command;
     return nullptr;
 }
 

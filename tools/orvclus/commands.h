@@ -23,12 +23,11 @@ struct Command {
 extern const wchar_t kJsonOption[];
 extern const wchar_t kTraceOption[];
 extern const wchar_t kHelpOption[];
-// Marks the run that the trace viewer starts under its debugger loop; that
-// run never starts a viewer of its own.
-extern const wchar_t kTracedRunOption[];
+extern const wchar_t kVersionOption[];
 
 const std::vector<OptionSpec>& CommonOptions();
 const std::vector<Command>& Commands();
+// The command of that name, in any letter case; null when there is none.
 const Command* FindCommand(const std::wstring& name);
 
 // The command families.
@@ -39,8 +38,10 @@ std::vector<Command> StorageCommands();  // drives, disks, shared-volumes
 Command BackupDatabaseCommand();
 Command DefinitionCommand();
 
-// Usage texts, shared by "help" and "--help".
-std::wstring GeneralUsage();
-std::wstring CommandUsage(const Command& command);
+// Usage, shared by "help" and "--help": of orvclus (null) or of one command.
+int PrintUsage(const Command* command, Format format);
+
+// "orvclus 1.0 (orvcluster.dll PATH)", or as JSON.
+int PrintVersion(Format format);
 
 }  // namespace orvclus

@@ -3,11 +3,15 @@
 
 #include "console.h"
 
-#include <windows.h>
+#include <nlohmann/json.hpp>
+
+#include "orvcluster.h"
 
 namespace orvclus {
 
 namespace {
+
+bool jsonFailures = false;
 
 bool WriteAll(HANDLE handle, const std::wstring& text) {
     if (!handle || handle == INVALID_HANDLE_VALUE) return false;
@@ -38,6 +42,16 @@ bool WriteAll(HANDLE handle, const std::wstring& text) {
     return true;
 }
 
+int Fail(int code, const std::wstring& message, DWORD systemError = ERROR_SUCCESS) {
+    WriteErr(L"orvclus: " + message + L"\n");
+    if (jsonFailures) {
+        nlohmann::ordered_json failure = {{"error", ToUtf8(message)}, {"code", code}};
+        if (systemError != ERROR_SUCCESS) failure["system_error"] = systemError;
+        WriteOut(FromUtf8(failure.dump(2)) + L"\n");
+    }
+    return code;
+}
+
 }  // namespace
 
 std::string ToUtf8(const std::wstring& text) {
@@ -51,18 +65,42 @@ std::string ToUtf8(const std::wstring& text) {
     return utf8;
 }
 
+std::wstring FromUtf8(const std::string& text) {
+    if (text.empty()) return std::wstring();
+    const int length = static_cast<int>(text.size());
+    const int characters = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0);
+    if (characters <= 0) return std::wstring();
+    std::wstring wide(static_cast<size_t>(characters), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), length, &wide[0], characters);
+    return wide;
+}
+
 bool WriteOut(const std::wstring& text) { return WriteAll(GetStdHandle(STD_OUTPUT_HANDLE), text); }
 
 bool WriteErr(const std::wstring& text) { return WriteAll(GetStdHandle(STD_ERROR_HANDLE), text); }
 
-int UsageError(const std::wstring& message) {
-    WriteErr(L"orvclus: " + message + L"\n");
-    return kExitUsage;
+void SetJsonFailures(bool on) { jsonFailures = on; }
+
+int UsageError(const std::wstring& message) { return Fail(kExitUsage, message); }
+
+int Failure(const std::wstring& message) { return Fail(kExitFailure, message); }
+
+int Win32Failure(const std::wstring& what, DWORD error) {
+    orv::UniqueLocalMemory text;
+    const DWORD length =
+        FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                       nullptr, error, 0, reinterpret_cast<wchar_t*>(text.Receive()), 0, nullptr);
+    std::wstring reason = length && text ? std::wstring(static_cast<const wchar_t*>(text.Get()), length) : L"";
+    // The system's sentence ends in a full stop and a line break; here the
+    // error number follows it in brackets.
+    reason.erase(reason.find_last_not_of(L" .\r\n") + 1);
+    const std::wstring code = L"error " + std::to_wstring(error);
+    return Fail(kExitFailure, L"cannot " + what + L": " + (reason.empty() ? code : reason + L" (" + code + L")"),
+                error);
 }
 
-int Failure(const std::wstring& message) {
-    WriteErr(L"orvclus: " + message + L"\n");
-    return kExitFailure;
-}
+void Progress(const std::wstring& message) { WriteErr(L"orvclus: " + message + L"\n"); }
+
+std::wstring Quoted(const std::wstring& text) { return L"\"" + text + L"\""; }
 
 }  // namespace orvclus

@@ -1,6 +1,11 @@
 // "definition": the product definition that the installation wizard reads
 // for this computer's cluster, and the resource table built from it.
 
+#include <windows.h>
+#include <msxml2.h>
+
+#include "orvcluster.h"
+
 #include "cluster_target.h"
 #include "commands.h"
 #include "console.h"
@@ -11,22 +16,158 @@ namespace {
 
 const wchar_t kDirectoryOption[] = L"--dir";
 
+// The XML reader of version 6.0, then that of 3.0, and the interfaces used
+// here, as published (the cross compiler's libraries lack them).
+constexpr CLSID kSaxReader60 = {0x88d96a0c, 0xf192, 0x11d4, {0xa6, 0x5f, 0x00, 0x40, 0x96, 0x32, 0x51, 0xe5}};
+constexpr CLSID kSaxReader30 = {0x3124c396, 0xfb13, 0x4836, {0xa6, 0xad, 0x13, 0x17, 0xf1, 0x71, 0x36, 0x88}};
+constexpr IID kISAXXMLReader = {0xa4f96ed0, 0xf829, 0x476e, {0x81, 0xc0, 0xcd, 0xc7, 0xbd, 0x2a, 0x08, 0x02}};
+constexpr IID kISAXErrorHandler = {0xa60511c4, 0xccf5, 0x479e, {0x98, 0xa3, 0xdc, 0x8d, 0xc5, 0x45, 0xb7, 0xd0}};
+
+// Keeps the reader's first complaint, with where in the file it was.
+class FirstComplaint : public ISAXErrorHandler {
+public:
+    HRESULT WINAPI QueryInterface(REFIID id, void** object) override {
+        *object = IsEqualIID(id, IID_IUnknown) || IsEqualIID(id, kISAXErrorHandler) ? this : nullptr;
+        return *object ? S_OK : E_NOINTERFACE;
+    }
+    // Lives on the stack for the length of one parse.
+    ULONG WINAPI AddRef() override { return 2; }
+    ULONG WINAPI Release() override { return 1; }
+    HRESULT WINAPI error(ISAXLocator* locator, const wchar_t* message, HRESULT) override {
+        Keep(locator, message);
+        return E_FAIL;
+    }
+    HRESULT WINAPI fatalError(ISAXLocator* locator, const wchar_t* message, HRESULT) override {
+        Keep(locator, message);
+        return E_FAIL;
+    }
+    HRESULT WINAPI ignorableWarning(ISAXLocator*, const wchar_t*, HRESULT) override { return S_OK; }
+
+    const std::wstring& Text() const { return text_; }
+
+private:
+    void Keep(ISAXLocator* locator, const wchar_t* message) {
+        if (!text_.empty()) return;
+        text_ = message && *message ? message : L"not well-formed XML";
+        text_.erase(text_.find_last_not_of(L" .\r\n") + 1);
+        int line = 0, column = 0;
+        if (locator && SUCCEEDED(locator->getLineNumber(&line)) && SUCCEEDED(locator->getColumnNumber(&column)) &&
+            line > 0)
+            text_ = L"line " + std::to_wstring(line) + L", column " + std::to_wstring(column) + L": " + text_;
+    }
+    std::wstring text_;
+};
+
 Value TextOrNone(const wchar_t* text) { return text && *text ? Value::Text(text) : Value::None(); }
+
+bool Readable(const std::wstring& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
+std::wstring FolderOf(const std::wstring& path) {
+    const size_t slash = path.rfind(L'\\');
+    return slash == std::wstring::npos ? std::wstring() : path.substr(0, slash + 1);
+}
+
+// The "Bin Path" of an installed product's install key.
+std::wstring InstalledBinFolder(const wchar_t* keyPath) {
+    wchar_t value[MAX_PATH] = {};
+    DWORD size = sizeof(value) - sizeof(wchar_t);
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, keyPath, L"Bin Path", RRF_RT_REG_SZ, nullptr, value, &size) != ERROR_SUCCESS)
+        return std::wstring();
+    return value;
+}
+
+// The file the library reads, found in the places it looks, in its order:
+// DIR (or the current folder), the wizard's folder, the installed
+// product's folder, the folder of a running setup program. Empty when none
+// has it.
+std::wstring FindDefinitionFile(const std::wstring& fileName, const std::wstring* directory) {
+    std::vector<std::wstring> folders;
+    if (directory) {
+        folders.push_back(*directory);
+    } else {
+        wchar_t current[MAX_PATH] = {};
+        if (GetCurrentDirectoryW(MAX_PATH, current)) folders.push_back(current);
+    }
+    if (HMODULE wizard = GetModuleHandleW(L"orvinstdlgs.dll")) {
+        wchar_t path[MAX_PATH] = {};
+        if (GetModuleFileNameW(wizard, path, MAX_PATH)) folders.push_back(FolderOf(path));
+    }
+    folders.push_back(InstalledBinFolder(L"Software\\Brassel\\Orvane For Windows\\Orvane\\13.0\\Install"));
+    folders.push_back(InstalledBinFolder(L"Software\\PENTRY\\Kelvane\\ORVDS\\13.0\\Install"));
+    wchar_t setup[MAX_PATH] = {};
+    if (CProcessOps().GetProcPath(L"setup.exe", setup)) folders.push_back(FolderOf(setup) + L"bin\\");
+    for (std::wstring folder : folders) {
+        if (folder.empty()) continue;
+        if (folder.back() != L'\\') folder += L'\\';
+        if (Readable(folder + fileName)) return folder + fileName;
+    }
+    return std::wstring();
+}
+
+// Why the system's XML reader refuses the file: "line 3, column 7: REASON";
+// empty when it reads the file.
+std::wstring XmlProblemInApartment(const std::wstring& path) {
+    orv::UniqueCom<ISAXXMLReader> reader;
+    static const CLSID* const kReaders[] = {&kSaxReader60, &kSaxReader30};
+    for (const CLSID* readerClass : kReaders)
+        if (SUCCEEDED(CoCreateInstance(*readerClass, nullptr, CLSCTX_INPROC_SERVER, kISAXXMLReader,
+                                       reinterpret_cast<void**>(reader.Receive()))))
+            break;
+    if (!reader) return L"the system's XML reader is not available";
+    FirstComplaint complaint;
+    reader.Get()->putErrorHandler(&complaint);
+    const HRESULT parsed = reader.Get()->parseURL(path.c_str());
+    reader.Get()->putErrorHandler(nullptr);
+    if (SUCCEEDED(parsed)) return std::wstring();
+    return complaint.Text().empty() ? L"the system's XML reader cannot read it" : complaint.Text();
+}
+
+std::wstring XmlProblem(const std::wstring& path) {
+    const HRESULT initialised = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    const std::wstring problem = XmlProblemInApartment(path);
+    if (SUCCEEDED(initialised)) CoUninitialize();
+    return problem;
+}
+
+// Whether the loaded definition holds anything the wizard reads.
+bool HasAnyKey() {
+    for (const wchar_t* text : {Cluster::CWIZ_GetCompany(), Cluster::CWIZ_GetProduct(),
+                                Cluster::CWIZ_GetFullProductName(), Cluster::CWIZ_GetDefGroupName(),
+                                Cluster::CWIZ_GetDefServerName(), Cluster::CWIZ_GetDataRegKey(),
+                                Cluster::CWIZ_GetIPResourceName(), Cluster::CWIZ_GetNetworkResourceName()})
+        if (text && *text) return true;
+    const CLUSTERRESOURCE* records = Cluster::CWIZ_GetResourceList();
+    return records && records->resourceName[0];
+}
 
 int RunDefinition(const ParsedArguments& arguments, Format format) {
     // The wizard's definition always belongs to this computer's cluster.
-    boost::shared_ptr<Cluster> cluster = Cluster::GetInstance(nullptr);
-    if (cluster->GetClusterType() == Cluster::NotClustered) return Failure(NotClustered(nullptr));
-    const std::wstring fileName = cluster->GetClusterType() == Cluster::NRX ? L"nrxconfig.xml" : L"clusconfig.xml";
+    ClusterTarget target;
+    if (!OpenTarget(arguments, L"definition", Needs::AnyCluster, target)) return kExitFailure;
+    const std::wstring fileName = target.cluster->GetClusterType() == Cluster::NRX ? L"nrxconfig.xml" : L"clusconfig.xml";
     const std::wstring* directory = arguments.Value(kDirectoryOption);
+    const std::wstring path = FindDefinitionFile(fileName, directory);
     if (!Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr,
-                                directory ? directory->c_str() : nullptr))
-        return Failure(L"cannot read the product definition: no readable " + fileName + L" in " +
-                       (directory ? *directory : std::wstring(L"the current folder")) +
-                       L", the wizard's folder, the product's folder or the setup folder");
+                                directory ? directory->c_str() : nullptr)) {
+        if (path.empty())
+            return Failure(L"cannot find the product definition: no readable " + fileName + L" in " +
+                           (directory ? Quoted(*directory) : std::wstring(L"the current folder")) +
+                           L", the wizard's folder, the installed product's folder or the setup folder");
+        const std::wstring problem = XmlProblem(path);
+        return Failure(L"cannot read the product definition " + Quoted(path) +
+                       (problem.empty() ? L" (run with --trace to see why)" : L": " + problem));
+    }
+    const std::wstring shownPath = path.empty() ? L"(found by the library)" : path;
+    if (!HasAnyKey())
+        return Failure(L"the product definition " + Quoted(shownPath) +
+                       L" has none of the keys the wizard reads (such as \"Company\" and \"Product\" in the "
+                       L"section named \"INFO\")");
 
     Table table(
-        {{L"name", L"Resource"}, {L"type", L"Type"}, {L"service", L"Service"}, {L"dependencies", L"Depends on"}});
+        {{L"name", L"Resource"}, {L"type", L"Type"}, {L"service", L"Service"}, {L"dependencies", L"Dependencies"}});
     for (const CLUSTERRESOURCE* record = Cluster::CWIZ_GetResourceList(); record && record->resourceName[0];
          ++record) {
         std::vector<std::wstring> dependencies;
@@ -40,16 +181,17 @@ int RunDefinition(const ParsedArguments& arguments, Format format) {
     Report report;
     report.SetHeadline(L"The cluster definition of " + std::wstring(Cluster::CWIZ_GetFullProductName()) +
                        L" creates " + Count(table.Rows(), L"resource") + L".");
-    report.AddJsonOnly(L"file_name", Value::Text(fileName));
+    report.Add(L"file", L"File", path.empty() ? Value::None() : Value::Text(path), shownPath);
     report.Add(L"product", L"Product", Value::Text(Cluster::CWIZ_GetProduct()));
     report.Add(L"company", L"Company", Value::Text(Cluster::CWIZ_GetCompany()));
     report.Add(L"full_name", L"Full name", Value::Text(Cluster::CWIZ_GetFullProductName()));
     report.Add(L"default_group", L"Default group", Value::Text(Cluster::CWIZ_GetDefGroupName()));
-    report.Add(L"default_server", L"Default server name", Value::Text(Cluster::CWIZ_GetDefServerName()));
-    report.Add(L"default_dir", L"Default directory", Value::Text(Cluster::CWIZ_GetDefaultDir()));
-    report.Add(L"data_key", L"Data registry key", Value::Text(Cluster::CWIZ_GetDataRegKey()));
-    report.Add(L"ip_resource", L"IP address resource", Value::Text(Cluster::CWIZ_GetIPResourceName()));
-    report.Add(L"network_resource", L"Network name resource", Value::Text(Cluster::CWIZ_GetNetworkResourceName()));
+    report.Add(L"default_server_name", L"Default server name", Value::Text(Cluster::CWIZ_GetDefServerName()));
+    report.Add(L"default_directory", L"Default directory", Value::Text(Cluster::CWIZ_GetDefaultDir()));
+    report.Add(L"data_registry_key", L"Data registry key", Value::Text(Cluster::CWIZ_GetDataRegKey()));
+    report.Add(L"ip_address_resource", L"IP address resource", Value::Text(Cluster::CWIZ_GetIPResourceName()));
+    report.Add(L"network_name_resource", L"Network name resource",
+               Value::Text(Cluster::CWIZ_GetNetworkResourceName()));
     report.AddTable(L"resources", table);
     return PrintReport(report, format);
 }

@@ -1,7 +1,16 @@
-// "help": the usage of orvclus and of each command, built from the command table.
+// "help", "--help" and "--version": the usage of orvclus and of each command,
+// built from the command table.
+
+#include <windows.h>
+
+#include "orvcluster.h"
 
 #include "commands.h"
 #include "console.h"
+
+#ifndef ORVCLUS_VERSION
+#define ORVCLUS_VERSION "0.0"
+#endif
 
 namespace orvclus {
 
@@ -27,39 +36,104 @@ std::wstring TwoColumns(const std::vector<std::pair<std::wstring, std::wstring>>
 
 std::wstring OptionTable(const std::vector<OptionSpec>& options) {
     std::vector<std::pair<std::wstring, std::wstring>> rows;
-    for (const OptionSpec& option : options)
-        if (!option.hidden) rows.emplace_back(OptionName(option), option.help);
+    for (const OptionSpec& option : options) rows.emplace_back(OptionName(option), option.help);
     return TwoColumns(rows);
 }
 
-const wchar_t kExitCodes[] = L"Exit codes: 0 success, 1 the operation failed, 2 bad arguments.\n";
+Value OptionList(const std::vector<OptionSpec>& options) {
+    std::vector<Value> items;
+    for (const OptionSpec& option : options)
+        items.push_back(Value::Object({L"name", L"value", L"help"},
+                                      {Value::Text(option.name),
+                                       option.value.empty() ? Value::None() : Value::Text(option.value),
+                                       Value::Text(option.help)}));
+    return Value::List(items);
+}
 
-int RunHelp(const ParsedArguments& arguments, Format) {
-    if (arguments.Operands().empty()) return WriteOut(GeneralUsage()) ? kExitOk : kExitFailure;
+const wchar_t* const kExitCodeMeanings[] = {L"success", L"the operation failed", L"bad arguments"};
+
+std::wstring ExitCodesText() {
+    std::wstring text = L"Exit codes:";
+    for (int code = 0; code < 3; ++code)
+        text += std::wstring(code ? L"," : L"") + L" " + std::to_wstring(code) + L" " + kExitCodeMeanings[code];
+    return text + L".\n";
+}
+
+Value ExitCodes() {
+    return Value::Object({L"0", L"1", L"2"}, {Value::Text(kExitCodeMeanings[0]), Value::Text(kExitCodeMeanings[1]),
+                                              Value::Text(kExitCodeMeanings[2])});
+}
+
+std::wstring UsageLine(const Command& command) {
+    std::wstring usage = L"orvclus " + command.name;
+    if (!command.operands.empty()) usage += L" " + command.operands;
+    for (const OptionSpec& option : command.options) usage += L" [" + OptionName(option) + L"]";
+    return usage + L" [--json] [--trace]";
+}
+
+int PrintText(const std::wstring& text) {
+    if (!WriteOut(text)) return Win32Failure(L"write to standard output", GetLastError());
+    return kExitOk;
+}
+
+int RunHelp(const ParsedArguments& arguments, Format format) {
+    if (arguments.Operands().empty()) return PrintUsage(nullptr, format);
     const std::wstring& name = arguments.Operands().front();
     const Command* command = FindCommand(name);
-    if (!command) return UsageError(L"unknown command '" + name + L"'");
-    return WriteOut(CommandUsage(*command)) ? kExitOk : kExitFailure;
+    if (!command) return UsageError(L"unknown command '" + name + L"' (run 'orvclus help' for the commands)");
+    return PrintUsage(command, format);
 }
 
 }  // namespace
 
-std::wstring GeneralUsage() {
-    std::vector<std::pair<std::wstring, std::wstring>> commands;
-    for (const Command& command : Commands()) commands.emplace_back(command.name, command.summary);
-    return L"Usage: orvclus COMMAND [OPTIONS]\n\nCommands:\n" + TwoColumns(commands) +
-           L"\nOptions of every command:\n" + OptionTable(CommonOptions()) +
-           L"\nRun 'orvclus help COMMAND' for the options of one command.\n" + kExitCodes;
+int PrintUsage(const Command* command, Format format) {
+    if (!command) {
+        if (format == Format::Json) {
+            std::vector<Value> commands;
+            for (const Command& each : Commands())
+                commands.push_back(Value::Object({L"name", L"usage", L"summary"},
+                                                 {Value::Text(each.name), Value::Text(UsageLine(each)),
+                                                  Value::Text(each.summary)}));
+            Report report;
+            report.AddJsonOnly(L"usage", Value::Text(L"orvclus COMMAND [OPTIONS]"));
+            report.AddJsonOnly(L"commands", Value::List(commands));
+            report.AddJsonOnly(L"options", OptionList(CommonOptions()));
+            report.AddJsonOnly(L"exit_codes", ExitCodes());
+            return PrintReport(report, format);
+        }
+        std::vector<std::pair<std::wstring, std::wstring>> commands;
+        for (const Command& each : Commands()) commands.emplace_back(each.name, each.summary);
+        return PrintText(L"Usage: orvclus COMMAND [OPTIONS]\n\nCommands:\n" + TwoColumns(commands) +
+                         L"\nOptions of every command (before or after the command):\n" +
+                         OptionTable(CommonOptions()) +
+                         L"\nRun 'orvclus help COMMAND' for the options of one command.\n" + ExitCodesText());
+    }
+    std::vector<OptionSpec> options = command->options;
+    options.insert(options.end(), CommonOptions().begin(), CommonOptions().end());
+    if (format == Format::Json) {
+        Report report;
+        report.AddJsonOnly(L"command", Value::Text(command->name));
+        report.AddJsonOnly(L"usage", Value::Text(UsageLine(*command)));
+        report.AddJsonOnly(L"summary", Value::Text(command->summary));
+        report.AddJsonOnly(L"options", OptionList(options));
+        report.AddJsonOnly(L"exit_codes", ExitCodes());
+        return PrintReport(report, format);
+    }
+    return PrintText(L"Usage: " + UsageLine(*command) + L"\n\n" + command->summary + L"\n\nOptions:\n" +
+                     OptionTable(options) + L"\n" + ExitCodesText());
 }
 
-std::wstring CommandUsage(const Command& command) {
-    std::wstring usage = L"Usage: orvclus " + command.name;
-    if (!command.operands.empty()) usage += L" " + command.operands;
-    for (const OptionSpec& option : command.options) usage += L" [" + OptionName(option) + L"]";
-    usage += L" [--json] [--trace]\n\n" + command.summary + L"\n";
-    std::vector<OptionSpec> options = command.options;
-    options.insert(options.end(), CommonOptions().begin(), CommonOptions().end());
-    return usage + L"\nOptions:\n" + OptionTable(options) + L"\n" + kExitCodes;
+int PrintVersion(Format format) {
+    // The library this run uses: the copy that the loader found.
+    wchar_t library[MAX_PATH] = {};
+    const HMODULE module = GetModuleHandleW(L"orvcluster.dll");
+    if (!module || !GetModuleFileNameW(module, library, MAX_PATH)) library[0] = L'\0';
+    const std::wstring version = FromUtf8(ORVCLUS_VERSION);
+    Report report;
+    report.SetHeadline(L"orvclus " + version);
+    report.AddJsonOnly(L"version", Value::Text(version));
+    report.Add(L"library", L"Library", library[0] ? Value::Text(library) : Value::None());
+    return PrintReport(report, format);
 }
 
 Command HelpCommand() {

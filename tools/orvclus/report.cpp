@@ -5,103 +5,39 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cwchar>
 
 #include "console.h"
 
 namespace orvclus {
 
-Value Value::Text(const std::wstring& text) {
-    Value value;
-    value.kind_ = Kind::Text;
-    value.text_ = text;
-    return value;
-}
+Value Value::Text(const std::wstring& text) { return Value(ToUtf8(text)); }
 
-Value Value::Number(long long number) {
-    Value value;
-    value.kind_ = Kind::Number;
-    value.number_ = number;
-    return value;
-}
+Value Value::Number(long long number) { return Value(number); }
 
-Value Value::YesNo(bool yes) {
-    Value value;
-    value.kind_ = Kind::Bool;
-    value.number_ = yes ? 1 : 0;
-    return value;
-}
+Value Value::YesNo(bool yes) { return Value(yes); }
 
 Value Value::None() { return Value(); }
 
-Value Value::List(std::vector<Value> items) {
-    Value value;
-    value.kind_ = Kind::List;
-    value.items_ = std::move(items);
-    return value;
+Value Value::List(const std::vector<Value>& items) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Value& item : items) list.push_back(item.json_);
+    return Value(std::move(list));
 }
 
-Value Value::Object(std::vector<std::wstring> keys, std::vector<Value> values) {
-    Value value;
-    value.kind_ = Kind::Object;
-    value.keys_ = std::move(keys);
-    value.items_ = std::move(values);
-    value.items_.resize(value.keys_.size());
-    return value;
+Value Value::Object(const std::vector<std::wstring>& keys, const std::vector<Value>& values) {
+    nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    for (size_t i = 0; i < keys.size(); ++i) object[ToUtf8(keys[i])] = i < values.size() ? values[i].json_ : nullptr;
+    return Value(std::move(object));
 }
 
 std::wstring Value::Plain() const {
-    switch (kind_) {
-        case Kind::Text: return text_;
-        case Kind::Number: return std::to_wstring(number_);
-        case Kind::Bool: return number_ ? L"yes" : L"no";
-        case Kind::List:
-        case Kind::Object: {
-            std::wstring joined;
-            for (const Value& item : items_) joined += (joined.empty() ? L"" : L", ") + item.Plain();
-            if (!joined.empty()) return joined;
-            break;
-        }
-        case Kind::None: break;
-    }
-    return L"-";
-}
-
-bool Value::IsFlatList() const {
-    if (kind_ != Kind::List) return false;
-    for (const Value& item : items_)
-        if (!item.IsScalar()) return false;
-    return true;
-}
-
-std::wstring Value::Json(size_t depth) const {
-    switch (kind_) {
-        case Kind::Text: return JsonQuote(text_);
-        case Kind::Number: return std::to_wstring(number_);
-        case Kind::Bool: return number_ ? L"true" : L"false";
-        case Kind::List:
-        case Kind::Object: break;
-        case Kind::None: return L"null";
-    }
-    const bool object = kind_ == Kind::Object;
-    const wchar_t* brackets = object ? L"{}" : L"[]";
-    if (items_.empty()) return brackets;
-    // Inside the report's object, a list of plain values and an object of
-    // plain values and such lists (one row of a table) stay on one line;
-    // anything holding more, and the report itself, gives each item a line
-    // of its own.
-    bool flat = depth > 0;
-    for (const Value& item : items_) flat = flat && (item.IsScalar() || (object && item.IsFlatList()));
-    const std::wstring indent((depth + 1) * 2, L' ');
-    std::wstring json(1, brackets[0]);
-    for (size_t i = 0; i < items_.size(); ++i) {
-        if (i > 0) json += L",";
-        json += flat ? (i > 0 ? L" " : L"") : L"\n" + indent;
-        if (object) json += JsonQuote(keys_[i]) + L": ";
-        json += items_[i].Json(depth + 1);
-    }
-    if (!flat) json += L"\n" + std::wstring(depth * 2, L' ');
-    return json + brackets[1];
+    if (json_.is_string()) return FromUtf8(json_.get<std::string>());
+    if (json_.is_boolean()) return json_.get<bool>() ? L"yes" : L"no";
+    if (json_.is_number()) return FromUtf8(json_.dump());
+    std::wstring joined;
+    if (json_.is_structured())
+        for (const auto& item : json_) joined += (joined.empty() ? L"" : L", ") + Value(item).Plain();
+    return joined.empty() ? L"-" : joined;
 }
 
 void Table::AddRow(std::vector<Value> cells) {
@@ -147,7 +83,7 @@ Value Table::AsJson() const {
     for (const Column& column : columns_) keys.push_back(column.key);
     std::vector<Value> rows;
     for (const std::vector<Value>& row : rows_) rows.push_back(Value::Object(keys, row));
-    return Value::List(std::move(rows));
+    return Value::List(rows);
 }
 
 void Report::Add(const std::wstring& key, const std::wstring& label, const Value& value,
@@ -183,45 +119,12 @@ std::wstring Report::AsText() const {
 }
 
 std::wstring Report::AsJson() const {
-    std::vector<std::wstring> keys;
-    std::vector<Value> values;
-    for (const Field& field : fields_) {
-        if (field.key.empty()) continue;
-        keys.push_back(field.key);
-        values.push_back(field.value);
-    }
-    for (const NamedTable& table : tables_) {
-        if (table.key.empty()) continue;
-        keys.push_back(table.key);
-        values.push_back(table.table.AsJson());
-    }
-    return Value::Object(std::move(keys), std::move(values)).Json() + L"\n";
-}
-
-std::wstring JsonQuote(const std::wstring& text) {
-    std::wstring quoted = L"\"";
-    for (wchar_t c : text) {
-        switch (c) {
-            case L'"': quoted += L"\\\""; break;
-            case L'\\': quoted += L"\\\\"; break;
-            case L'\b': quoted += L"\\b"; break;
-            case L'\f': quoted += L"\\f"; break;
-            case L'\n': quoted += L"\\n"; break;
-            case L'\r': quoted += L"\\r"; break;
-            case L'\t': quoted += L"\\t"; break;
-            default:
-                if (c < 0x20) {
-                    wchar_t escape[8];
-                    swprintf(escape, 8, L"\\u%04x", static_cast<unsigned>(c));
-                    quoted += escape;
-                } else {
-                    // Everything else, non-ASCII included, goes out as UTF-8.
-                    quoted += c;
-                }
-        }
-    }
-    quoted += L"\"";
-    return quoted;
+    nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    for (const Field& field : fields_)
+        if (!field.key.empty()) object[ToUtf8(field.key)] = field.value.Json();
+    for (const NamedTable& table : tables_)
+        if (!table.key.empty()) object[ToUtf8(table.key)] = table.table.AsJson().Json();
+    return FromUtf8(object.dump(2)) + L"\n";
 }
 
 std::wstring Count(size_t count, const std::wstring& singular) {

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 namespace orvclus {
 
 enum class Format { Text, Json };
@@ -10,37 +12,29 @@ enum class Format { Text, Json };
 // One fact of a report, as plain text shows it and as JSON carries it.
 class Value {
 public:
+    Value() = default;  // none
     static Value Text(const std::wstring& text);
     static Value Number(long long number);
     static Value YesNo(bool yes);
     static Value None();
     // A JSON array; plain text joins the items with ", " ("-" when empty).
-    static Value List(std::vector<Value> items);
+    static Value List(const std::vector<Value>& items);
     // A JSON object of the given keys and values, in that order.
-    static Value Object(std::vector<std::wstring> keys, std::vector<Value> values);
+    static Value Object(const std::vector<std::wstring>& keys, const std::vector<Value>& values);
     // A list of texts.
     template <typename Container>
     static Value TextList(const Container& texts) {
         std::vector<Value> items;
         for (const auto& text : texts) items.push_back(Text(text));
-        return List(std::move(items));
+        return List(items);
     }
 
     std::wstring Plain() const;
-    // Nested arrays and objects are laid out over several lines, indented
-    // two blanks per level below `depth`.
-    std::wstring Json(size_t depth = 0) const;
+    const nlohmann::ordered_json& Json() const { return json_; }
 
 private:
-    enum class Kind { Text, Number, Bool, None, List, Object };
-    bool IsScalar() const { return kind_ != Kind::List && kind_ != Kind::Object; }
-    bool IsFlatList() const;
-
-    Kind kind_ = Kind::None;
-    std::wstring text_;
-    long long number_ = 0;
-    std::vector<std::wstring> keys_;  // of an object
-    std::vector<Value> items_;        // of a list or an object
+    explicit Value(nlohmann::ordered_json json) : json_(std::move(json)) {}
+    nlohmann::ordered_json json_;
 };
 
 // One column of a table: its key in JSON and its heading in plain text. A
@@ -84,6 +78,7 @@ public:
     void AddTable(const std::wstring& key, const Table& table);
 
     std::wstring AsText() const;
+    // The report's one JSON object, laid out over lines.
     std::wstring AsJson() const;
 
 private:
@@ -101,9 +96,6 @@ private:
     std::vector<Field> fields_;
     std::vector<NamedTable> tables_;
 };
-
-// The text as a JSON string literal, quotes included.
-std::wstring JsonQuote(const std::wstring& text);
 
 // "1 node", "2 nodes".
 std::wstring Count(size_t count, const std::wstring& singular);

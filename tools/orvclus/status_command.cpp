@@ -5,6 +5,7 @@
 
 #include "cluster_target.h"
 #include "commands.h"
+#include "console.h"
 
 namespace orvclus {
 
@@ -12,75 +13,102 @@ namespace {
 
 struct TypeNames {
     const wchar_t* name;     // as scripts get it
-    const wchar_t* article;  // as a sentence uses it
+    const wchar_t* article;  // as a sentence uses it, before the cluster's name
 };
 
 TypeNames NamesOf(Cluster::ClusterType type) {
     switch (type) {
         case Cluster::NotClustered: return {L"not clustered", L""};
-        case Cluster::MSCS: return {L"failover cluster", L"a failover cluster"};
-        case Cluster::NRX: return {L"NRX", L"an NRX cluster"};
+        case Cluster::MSCS: return {L"failover cluster", L"failover cluster"};
+        case Cluster::NRX: return {L"NRX", L"NRX cluster"};
     }
-    return {L"unknown", L"a cluster of unknown type"};
+    return {L"unknown", L"cluster of unknown type"};
 }
 
-std::wstring Headline(const std::wstring* machine, Cluster::ClusterType type) {
+std::wstring ServiceStateName(unsigned long state) {
+    switch (state) {
+        case 4: return L"running";
+        case 2: return L"starting";
+        case 1: return L"not running";
+    }
+    return L"cannot be asked";
+}
+
+std::wstring Headline(const ClusterTarget& target, const std::wstring& clusterName, bool nodesKnown, bool isNode) {
+    const Cluster::ClusterType type = target.cluster->GetClusterType();
     if (type == Cluster::NotClustered) {
-        std::wstring sentence = NotClustered(machine) + L".";
-        if (!machine) sentence[0] = L'T';
+        std::wstring sentence = target.NoClusterReason() + L".";
+        if (!target.machine) sentence[0] = L'T';
         return sentence;
     }
-    return (machine ? *machine : std::wstring(L"This machine")) + L" belongs to " +
-           NamesOf(type).article + L".";
+    const std::wstring cluster =
+        std::wstring(NamesOf(type).article) + (clusterName.empty() ? L"" : L" " + clusterName);
+    // This computer may reach a cluster that it is no node of: say so,
+    // rather than that it belongs to it.
+    if (!target.machine && nodesKnown && !isNode)
+        return L"This machine reaches " + cluster + L", but is not one of its nodes.";
+    return (target.machine ? *target.machine : std::wstring(L"This machine")) + L" belongs to " + cluster + L".";
 }
 
 int RunStatus(const ParsedArguments& arguments, Format format) {
     const std::wstring* machine = arguments.Value(kMachineOption);
-    const wchar_t* target = machine ? machine->c_str() : nullptr;
-
-    boost::shared_ptr<Cluster> cluster = Cluster::GetInstance(target);
-    const Cluster::ClusterType type = cluster->GetClusterType();
-    const bool open = cluster->Open();
-    const std::wstring clusterName = cluster->GetClusterName() ? cluster->GetClusterName() : L"";
-    const bool keyPresent = Cluster::MachineMightBeClustered(target);
+    ClusterTarget target;
+    if (!FindCluster(machine, target)) return kExitFailure;
+    const wchar_t* targetName = machine ? machine->c_str() : nullptr;
+    const Cluster::ClusterType type = target.cluster->GetClusterType();
+    const bool open = target.cluster->Open();
+    const std::wstring clusterName = target.cluster->GetClusterName() ? target.cluster->GetClusterName() : L"";
+    const bool keyPresent = target.local.asked ? target.local.keyPresent : Cluster::MachineMightBeClustered(targetName);
+    // The product's own view, always of this computer; asking it may open
+    // this computer's cluster too, and wait for its service.
+    if (!target.local.asked) {
+        ClusterTarget here;
+        if (!FindCluster(nullptr, here)) return kExitFailure;
+    }
     const std::wstring computerName = OrvGetComputerName();
     boost::shared_ptr<const std::wstring> virtualServer = Cluster::GetOrvVirtualServerName();
     const bool productClustered = Cluster::IsOrvClustered();
     // The cluster's nodes, and whether this computer is one of them.
     std::list<std::wstring> nodes;
     bool isNode = false;
-    const bool nodesKnown = open && cluster->GetNodes(nodes) &&
-                            cluster->GetMachineNodeStatus(computerName.c_str(), &isNode);
+    const bool nodesKnown = open && target.cluster->GetNodes(nodes) &&
+                            target.cluster->GetMachineNodeStatus(computerName.c_str(), &isNode);
 
     // A backend's empty cluster name means the cluster of this computer.
     std::wstring shownClusterName = clusterName;
     if (shownClusterName.empty()) shownClusterName = type == Cluster::NotClustered ? L"(none)" : L"(local)";
 
     Report report;
-    report.SetHeadline(Headline(machine, type));
+    report.SetHeadline(Headline(target, clusterName, nodesKnown, isNode));
     report.Add(L"machine", L"Machine", machine ? Value::Text(*machine) : Value::None(),
                machine ? std::wstring() : L"(this computer)");
     report.Add(L"cluster_type", L"Cluster type", Value::Number(type),
-               std::to_wstring(type) + L" (" + NamesOf(type).name + L")");
+               std::wstring(NamesOf(type).name) + L" (" + std::to_wstring(type) + L")");
     report.AddJsonOnly(L"cluster_type_name", Value::Text(NamesOf(type).name));
     report.Add(L"cluster_open", L"Cluster open", Value::YesNo(open));
     report.Add(L"cluster_name", L"Cluster name", Value::Text(clusterName), shownClusterName);
     if (nodesKnown) {
-        report.Add(L"nodes", L"Cluster nodes", Value::TextList(nodes));
+        report.Add(L"nodes", L"Nodes", Value::TextList(nodes));
     } else {
         report.AddJsonOnly(L"nodes", Value::None());
     }
     report.Add(L"cluster_key_present", L"Cluster key present", Value::YesNo(keyPresent));
-    // The product's own view, always of this computer.
-    report.Add(L"computer_name", L"Computer name", Value::Text(computerName));
+    if (target.local.keyPresent) {
+        const unsigned long service = Cluster::QueryClusterServiceState(nullptr);
+        report.Add(L"cluster_service", L"Cluster service", Value::Text(ServiceStateName(service)),
+                   L"ClusSvc " + ServiceStateName(service));
+    } else {
+        report.AddJsonOnly(L"cluster_service", Value::None());
+    }
+    report.Add(L"computer_name", L"This computer's name", Value::Text(computerName));
     if (nodesKnown) {
-        report.Add(L"computer_is_node", L"Computer is a node", Value::YesNo(isNode));
+        report.Add(L"computer_is_node", L"This computer is a node", Value::YesNo(isNode));
     } else {
         report.AddJsonOnly(L"computer_is_node", Value::None());
     }
-    report.Add(L"virtual_server_name", L"Virtual server name",
+    report.Add(L"virtual_server_name", L"This computer's virtual server name",
                Value::Text(virtualServer ? *virtualServer : std::wstring()));
-    report.Add(L"product_clustered", L"Product clustered", Value::YesNo(productClustered));
+    report.Add(L"product_clustered", L"Product clustered on this computer", Value::YesNo(productClustered));
     return PrintReport(report, format);
 }
 

@@ -3,6 +3,8 @@
 #include <cwchar>
 #include <list>
 
+#include "orvcluster.h"
+
 #include "cluster_target.h"
 #include "commands.h"
 #include "console.h"
@@ -106,7 +108,7 @@ int RunDisks(const ParsedArguments& arguments, Format format) {
     NamedRows disks(L"Disk", L"partitions",
                     {{L"device", L"Device"},
                      {L"label", L"Label"},
-                     {L"number", L"Partition"},
+                     {L"number", L"Partition number"},
                      {L"volume_guid", L"Volume GUID"}});
     // Each list lives as long as its shared pointer: keep that while walking it.
     const auto found = target.failover->GetClusterDiskResources();
@@ -128,11 +130,11 @@ int RunSharedVolumes(const ParsedArguments& arguments, Format format) {
     if (!OpenTarget(arguments, L"shared-volumes", Needs::FailoverCluster, target)) return kExitFailure;
     const std::wstring root = target.failover->GetSharedVolumesRoot();
     NamedRows resources(L"Resource", L"volumes",
-                        {{L"friendly_name", L"Volume"},
+                        {{L"friendly_name", L"Friendly name"},
                          {L"partition", L"Partition"},
                          {L"offset", L""},
                          {L"fault_state", L"Fault state"},
-                         {L"backup_in_progress", L"Backing up"},
+                         {L"backup_in_progress", L"Backup in progress"},
                          {L"volume_name", L"Volume name"}});
     const auto found = target.failover->GetClusterSharedVolumeResources();
     for (const auto& resource : *found) {

@@ -6,11 +6,14 @@
 
 #include "arguments.h"
 #include "console.h"
-#include "support/unique_handle.h"
+#include "orvcluster.h"
 
 namespace orvclus {
 
 namespace {
+
+// Set (to the viewer's process id) in the environment of the traced run only.
+const wchar_t kTracedRunVariable[] = L"ORVCLUS_TRACED_RUN";
 
 // The breakpoint a 32-bit child's loader raises; mingw-w64 leaves it out.
 constexpr DWORD kWx86Breakpoint = 0x4000001F;
@@ -59,7 +62,9 @@ std::wstring ReadDebugString(HANDLE process, const OUTPUT_DEBUG_STRING_INFO& inf
 }
 
 // One "trace: " line per line of the debug string; empty lines are dropped.
-void ShowDebugString(const std::wstring& text) {
+// Answers how many lines it showed.
+size_t ShowDebugString(const std::wstring& text) {
+    size_t lines = 0;
     std::wstring shown;
     size_t start = 0;
     while (start < text.size()) {
@@ -67,10 +72,14 @@ void ShowDebugString(const std::wstring& text) {
         if (end == std::wstring::npos) end = text.size();
         std::wstring line = text.substr(start, end - start);
         if (!line.empty() && line.back() == L'\r') line.pop_back();
-        if (!line.empty()) shown += L"trace: " + line + L"\n";
+        if (!line.empty()) {
+            shown += L"trace: " + line + L"\n";
+            ++lines;
+        }
         start = end + 1;
     }
     if (!shown.empty()) WriteErr(shown);
+    return lines;
 }
 
 // The child gets this process's standard handles, whatever they are.
@@ -84,7 +93,7 @@ void InheritStandardHandle(DWORD which, HANDLE& target) {
 
 int RunTraced(const std::vector<std::wstring>& arguments) {
     const std::wstring program = ThisProgram();
-    if (program.empty()) return Failure(L"cannot find orvclus.exe itself (error " + std::to_wstring(GetLastError()) + L")");
+    if (program.empty()) return Win32Failure(L"find orvclus.exe itself", GetLastError());
     std::wstring commandLine = QuoteArgument(program);
     for (const std::wstring& argument : arguments) commandLine += L" " + QuoteArgument(argument);
 
@@ -95,19 +104,24 @@ int RunTraced(const std::vector<std::wstring>& arguments) {
     InheritStandardHandle(STD_OUTPUT_HANDLE, startup.hStdOutput);
     InheritStandardHandle(STD_ERROR_HANDLE, startup.hStdError);
     PROCESS_INFORMATION created = {};
-    if (!CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, TRUE, DEBUG_ONLY_THIS_PROCESS,
-                        nullptr, nullptr, &startup, &created))
-        return Failure(L"cannot start the traced run (error " + std::to_wstring(GetLastError()) + L")");
+    // The child inherits the variable; this process drops it again at once.
+    SetEnvironmentVariableW(kTracedRunVariable, std::to_wstring(GetCurrentProcessId()).c_str());
+    const BOOL started = CreateProcessW(program.c_str(), &commandLine[0], nullptr, nullptr, TRUE,
+                                        DEBUG_ONLY_THIS_PROCESS, nullptr, nullptr, &startup, &created);
+    const DWORD startError = GetLastError();
+    SetEnvironmentVariableW(kTracedRunVariable, nullptr);
+    if (!started) return Win32Failure(L"start the traced run of orvclus.exe", startError);
     orv::UniqueKernelHandle process(created.hProcess);
     orv::UniqueKernelHandle thread(created.hThread);
 
     DWORD exitCode = kExitFailure;
+    size_t traceLines = 0;
     for (bool running = true; running;) {
         DEBUG_EVENT event = {};
         if (!WaitForDebugEvent(&event, INFINITE)) {
             const DWORD error = GetLastError();
             TerminateProcess(process.Get(), kExitFailure);
-            return Failure(L"lost the traced run (error " + std::to_wstring(error) + L")");
+            return Win32Failure(L"follow the traced run of orvclus.exe", error);
         }
         DWORD continueStatus = DBG_CONTINUE;
         switch (event.dwDebugEventCode) {
@@ -118,7 +132,7 @@ int RunTraced(const std::vector<std::wstring>& arguments) {
                 CloseImageFile(event.u.LoadDll.hFile);
                 break;
             case OUTPUT_DEBUG_STRING_EVENT:
-                ShowDebugString(ReadDebugString(process.Get(), event.u.DebugString));
+                traceLines += ShowDebugString(ReadDebugString(process.Get(), event.u.DebugString));
                 break;
             case EXCEPTION_DEBUG_EVENT: {
                 // The loader's breakpoint is ours to swallow; every other
@@ -138,7 +152,18 @@ int RunTraced(const std::vector<std::wstring>& arguments) {
         ContinueDebugEvent(event.dwProcessId, event.dwThreadId, continueStatus);
     }
     WaitForSingleObject(process.Get(), INFINITE);
+    // A command line the traced run refused never reached the library.
+    if (traceLines == 0 && exitCode != static_cast<DWORD>(kExitUsage))
+        WriteErr(L"orvclus: the library wrote no trace line while the command ran\n");
     return static_cast<int>(exitCode);
+}
+
+bool IsTracedRun() {
+    wchar_t viewer[16] = {};
+    const DWORD length = GetEnvironmentVariableW(kTracedRunVariable, viewer, 16);
+    // Programs this run starts are no traced runs.
+    SetEnvironmentVariableW(kTracedRunVariable, nullptr);
+    return length > 0 && length < 16 && IsDebuggerPresent();
 }
 
 }  // namespace orvclus
