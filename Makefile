@@ -27,7 +27,17 @@ prefix: deps
 test: build prefix
 	cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
 
-demo: build prefix
+# The demo shows the demo, not the build: the build's output goes to a log
+# file and is shown only when the build fails.
+DEMO_LOG = $(BUILD)/demo-build.log
+demo:
+	@mkdir -p $(BUILD)
+	@echo "Building in $(BUILD)/ (the first build takes several minutes; log: $(DEMO_LOG))" >&2
+	@if ! $(MAKE) --no-print-directory BUILD=$(BUILD) JOBS=$(JOBS) build prefix >$(DEMO_LOG) 2>&1; then \
+	  cat $(DEMO_LOG) >&2; \
+	  echo "make demo: the build failed; its output is above and in $(DEMO_LOG)" >&2; \
+	  exit 1; \
+	fi
 	@scripts/demo $(BUILD)
 
 bench: build prefix

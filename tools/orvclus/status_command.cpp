@@ -46,7 +46,7 @@ std::wstring Headline(const ClusterTarget& target, const std::wstring& clusterNa
     // This computer may reach a cluster that it is no node of: say so,
     // rather than that it belongs to it.
     if (!target.machine && nodesKnown && !isNode)
-        return L"This machine reaches " + cluster + L", but is not one of its nodes.";
+        return L"This machine can reach " + cluster + L" but is not one of its nodes.";
     return (target.machine ? *target.machine : std::wstring(L"This machine")) + L" belongs to " + cluster + L".";
 }
 
