@@ -1,11 +1,17 @@
 // orvbench: what the library's hot paths cost next to the least their work
 // could cost.
 //
-// Every figure is a ratio taken inside one run: the two arms (the library's
-// call and its bare minimum) run in many short alternating rounds, so that
-// whatever else the machine is doing weighs on both alike. Each figure says
-// how it sums up its rounds (see Summary). The program only reports: it exits
-// 0 whether or not a goal is met.
+// Every figure is a ratio taken inside one run, from many short paired
+// rounds: each round times the library's call and its bare minimum one right
+// after the other, for about as long each (which goes first alternates), so
+// that whatever else the machine is doing at that moment weighs on both
+// alike, and gives one ratio. A figure is the median of its rounds' ratios: a
+// round that another process interrupted gives a wild ratio, and the median
+// pays it no heed. Beside it each line prints the middle half of the rounds'
+// ratios (from the lower to the upper quartile), which shows how much one
+// round says, and each arm's median cost of a unit of work (a call, a
+// resource). The goal is met when the median, as printed, is at most the
+// goal. The program only reports: it exits 0 whether or not a goal is met.
 //
 // To add a figure, write its two arms (and a preparation if they need one,
 // and a finish if the preparation leaves something to release) and add a row
@@ -13,7 +19,7 @@
 //
 // The inventory figures are of another kind: how the cost per resource of
 // listing a cluster changes from a cluster of 1,000 resources to one of
-// 10,000 (see kInventoryFigures).
+// 10,000 (see kInventoryFigures). They too come from paired rounds.
 
 #include <windows.h>
 
@@ -38,23 +44,9 @@ namespace {
 // Runs the arm's operation `iterations` times.
 using Arm = void (*)(long iterations);
 
-// How an arm's rounds become one time per call.
-enum class Summary {
-    // For work that stays inside the process. Other load only ever adds time,
-    // so the fastest round is the closest to the code's own cost. On a busy
-    // machine a co-running job can slow one arm more than the other for most
-    // of a run; the median then drifts from run to run, the minimum does not.
-    Fastest,
-    // For work that waits on another process (the Wine server, say): its
-    // time depends on how soon that process is scheduled, a lucky round says
-    // nothing, and the middle round is the fair one.
-    Median,
-};
-
 struct Benchmark {
     const char* name;
     double goal;  // the highest acceptable ratio of measured to baseline
-    Summary summary;
     // Sets up both arms; answers why the figure cannot be taken, or null.
     const char* (*prepare)();
     Arm measured;
@@ -65,9 +57,11 @@ struct Benchmark {
 };
 
 // Many short rounds rather than a few long ones: the machine's load changes
-// over tens of milliseconds, and short neighbouring rounds see the same load.
-constexpr int kRounds = 101;
-constexpr double kRoundSeconds = 0.004;
+// over tens of milliseconds, and the two arms of one round, a millisecond
+// each, see the same load. An interruption by another thread spoils the round
+// it falls in; the shorter the rounds, the fewer it spoils.
+constexpr int kRounds = 2001;
+constexpr double kRoundSeconds = 0.001;
 
 // Keeps the compiler from dropping work whose result nobody reads.
 template <class T>
@@ -382,18 +376,18 @@ const char* FinishResourceState() {
 }
 
 const Benchmark kBenchmarks[] = {
-    {"virtual server name (cached) vs lock+copy", 1.5, Summary::Fastest, PrepareVirtualServerName,
+    {"virtual server name (cached) vs lock+copy", 1.5, PrepareVirtualServerName,
      CachedVirtualServerName, LockAndCopy, nullptr},
     // Both arms spend most of their time in the system's debug-output path,
     // which under Wine goes through the Wine server.
-    {"trace line (OutputDebugMsg) vs bare OutputDebugStringW", 1.3, Summary::Median,
-     PrepareTraceLine, TraceLine, BareDebugOutput, nullptr},
+    {"trace line (OutputDebugMsg) vs bare OutputDebugStringW", 1.3, PrepareTraceLine, TraceLine,
+     BareDebugOutput, nullptr},
     // A name near the end of 64 string properties, in other letters than
     // stored; the platform's arm frees the copy it is handed.
     {"string property lookup (ClusterPropertyList) vs ResUtilFindSzProperty", 1.0,
-     Summary::Fastest, PrepareStringLookup, ListStringLookup, PlatformStringLookup, nullptr},
-    {"resource state through MSCSClusterGlue vs direct entry point", 1.2, Summary::Fastest,
-     PrepareResourceState, BindingResourceState, DirectResourceState, FinishResourceState},
+     PrepareStringLookup, ListStringLookup, PlatformStringLookup, nullptr},
+    {"resource state through MSCSClusterGlue vs direct entry point", 1.2, PrepareResourceState,
+     BindingResourceState, DirectResourceState, FinishResourceState},
 };
 
 // --- Runner and printer -----------------------------------------------------
@@ -404,13 +398,14 @@ double Seconds(Arm arm, long iterations) {
     return Now() - start;
 }
 
-// The number of iterations that makes the slower arm's round last about
-// kRoundSeconds.
-long IterationsPerRound(const Benchmark& benchmark) {
+// The number of iterations that makes a round of the arm last about
+// kRoundSeconds. Every trial count is timed a few times and the fastest kept,
+// so that an interruption during the trials does not shorten every round.
+long IterationsPerRound(Arm arm) {
     long iterations = 1;
     for (;;) {
-        double seconds = std::max(Seconds(benchmark.measured, iterations),
-                                  Seconds(benchmark.baseline, iterations));
+        double seconds = std::numeric_limits<double>::infinity();
+        for (int trial = 0; trial < 3; ++trial) seconds = std::min(seconds, Seconds(arm, iterations));
         if (seconds >= kRoundSeconds / 8) {
             double scaled = iterations * (kRoundSeconds / seconds);
             return std::max(1L, static_cast<long>(scaled));
@@ -420,38 +415,72 @@ long IterationsPerRound(const Benchmark& benchmark) {
     }
 }
 
-double Summarise(std::vector<double> seconds, Summary summary) {
-    std::sort(seconds.begin(), seconds.end());
-    if (summary == Summary::Fastest) return seconds.front();
-    size_t middle = seconds.size() / 2;
-    return seconds.size() % 2 ? seconds[middle] : (seconds[middle - 1] + seconds[middle]) / 2;
-}
-
-const char* SummaryName(Summary summary) {
-    return summary == Summary::Fastest ? "fastest" : "median";
-}
-
-struct Result {
-    double measuredNanoseconds;  // per call, as the figure's summary gives it
-    double baselineNanoseconds;
+// The median and the quartiles of a sample, each between its two nearest
+// values.
+struct Quartiles {
+    double lower = 0, median = 0, upper = 0;
 };
 
+double Quantile(const std::vector<double>& sorted, double fraction) {
+    const double at = fraction * (sorted.size() - 1);
+    const size_t below = static_cast<size_t>(at);
+    if (below + 1 >= sorted.size()) return sorted.back();
+    return sorted[below] + (at - below) * (sorted[below + 1] - sorted[below]);
+}
+
+Quartiles QuartilesOf(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return {Quantile(values, 0.25), Quantile(values, 0.5), Quantile(values, 0.75)};
+}
+
+double MedianOf(std::vector<double> values) { return QuartilesOf(std::move(values)).median; }
+
+// A figure taken from paired rounds.
+struct Result {
+    Quartiles ratio;      // of the rounds' ratios, measured to baseline
+    double measured = 0;  // the measured arm's median cost of a unit of work, in nanoseconds
+    double baseline = 0;  // the same for the baseline
+    int rounds = 0;
+};
+
+// Sums up paired rounds from the seconds each arm took for a unit of work
+// (a call, a resource), round by round.
+Result Summarise(const std::vector<double>& measured, const std::vector<double>& baseline) {
+    std::vector<double> ratios(measured.size());
+    for (size_t round = 0; round < measured.size(); ++round)
+        ratios[round] = measured[round] / baseline[round];
+    Result result;
+    result.ratio = QuartilesOf(ratios);
+    result.measured = MedianOf(measured) * 1e9;
+    result.baseline = MedianOf(baseline) * 1e9;
+    result.rounds = static_cast<int>(measured.size());
+    return result;
+}
+
 Result Run(const Benchmark& benchmark) {
-    const long iterations = IterationsPerRound(benchmark);
+    // Each arm runs for about as long as the other, so that an interruption
+    // is as likely to fall in either.
+    const long measuredIterations = IterationsPerRound(benchmark.measured);
+    const long baselineIterations = IterationsPerRound(benchmark.baseline);
     std::vector<double> measured, baseline;
+    const auto timeMeasured = [&] {
+        measured.push_back(Seconds(benchmark.measured, measuredIterations) / measuredIterations);
+    };
+    const auto timeBaseline = [&] {
+        baseline.push_back(Seconds(benchmark.baseline, baselineIterations) / baselineIterations);
+    };
     for (int round = 0; round < kRounds; ++round) {
         // Alternate which arm goes first, so that neither always runs in the
         // other's wake.
         if (round % 2 == 0) {
-            measured.push_back(Seconds(benchmark.measured, iterations));
-            baseline.push_back(Seconds(benchmark.baseline, iterations));
+            timeMeasured();
+            timeBaseline();
         } else {
-            baseline.push_back(Seconds(benchmark.baseline, iterations));
-            measured.push_back(Seconds(benchmark.measured, iterations));
+            timeBaseline();
+            timeMeasured();
         }
     }
-    return {Summarise(measured, benchmark.summary) * 1e9 / iterations,
-            Summarise(baseline, benchmark.summary) * 1e9 / iterations};
+    return Summarise(measured, baseline);
 }
 
 std::string Nanoseconds(double value) {
@@ -460,13 +489,19 @@ std::string Nanoseconds(double value) {
     return text;
 }
 
-void Print(const Benchmark& benchmark, const Result& result) {
+double Hundredths(double value) { return std::round(value * 100) / 100; }
+
+// One line: what was compared, the median ratio, the middle half of the
+// rounds' ratios, the median costs, and whether the goal was met. `unit` is
+// what the costs are per ("a call", "a resource").
+void Print(const char* name, double goal, const Result& result, const char* unit) {
     // The verdict follows the ratio as printed, so the line never contradicts itself.
-    double ratio = std::round(result.measuredNanoseconds / result.baselineNanoseconds * 100) / 100;
-    printf("%s: %.2fx (%s vs %s, %s of %d rounds) goal <= %gx: goal %s\n", benchmark.name, ratio,
-           Nanoseconds(result.measuredNanoseconds).c_str(),
-           Nanoseconds(result.baselineNanoseconds).c_str(), SummaryName(benchmark.summary),
-           kRounds, benchmark.goal, ratio <= benchmark.goal ? "met" : "missed");
+    const double ratio = Hundredths(result.ratio.median);
+    printf("%s: %.2fx (median of %d paired rounds; middle half of rounds %.2fx to %.2fx; %s vs %s %s)"
+           " goal <= %gx: goal %s\n",
+           name, ratio, result.rounds, Hundredths(result.ratio.lower), Hundredths(result.ratio.upper),
+           Nanoseconds(result.measured).c_str(), Nanoseconds(result.baseline).c_str(), unit, goal,
+           ratio <= goal ? "met" : "missed");
 }
 
 // --- Inventory: the cost per resource on a small and on a large cluster -----
@@ -474,19 +509,29 @@ void Print(const Benchmark& benchmark, const Result& result) {
 // Listing a cluster's resources should cost the same per resource however
 // many there are. Each inventory figure times one backend call on a simulated
 // cluster of kSmallInventory resources and on one of kLargeInventory, and
-// compares the time per resource. The simulator holds one cluster at a time,
-// so the sizes cannot alternate call by call: each round loads one cluster,
-// times every figure on it, then does the same with the other, the order
-// changing from round to round. The work stays in the process (the simulator
-// is a DLL), so the fastest call of each size stands for it.
+// compares the time per resource.
+//
+// A call on the large cluster lasts longer than the system lets a thread run
+// on a busy machine, so it is mostly interrupted, while a single call on the
+// small cluster mostly is not; to be fair, a sample on the small cluster is
+// as many calls in a row as list the same number of resources as one call on
+// the large cluster, and the two samples last about as long.
+//
+// The simulator holds one cluster at a time, so the sizes cannot alternate
+// sample by sample: each round loads one cluster, takes a few samples of
+// every figure on it, then does the same with the other, the order changing
+// from round to round. A round's cost per resource at a size is the median of
+// its samples there, and its ratio that at the large size to that at the
+// small one; the figure is the median of the rounds' ratios, as for the
+// others.
 
 constexpr long kSmallInventory = 1000;
 constexpr long kLargeInventory = 10000;
-constexpr int kInventoryRounds = 3;
-// Calls per round and figure; a call on the large cluster takes long enough
-// that one per round will do.
-constexpr int kSmallInventoryCalls = 10;
-constexpr int kLargeInventoryCalls = 1;
+// Loading the large cluster takes a tenth of a second or more, most of a
+// round, so the rounds are fewer than those of the other figures.
+constexpr int kInventoryRounds = 121;
+// Samples per figure each time a cluster is loaded, after one untimed call.
+constexpr int kInventorySamples = 2;
 
 constexpr int kInventoryNodes = 4;
 constexpr int kInventoryGroups = 8;
@@ -572,7 +617,8 @@ const char* NetworkNameResources(MSCSCluster& cluster, const Inventory& inventor
         return "GetNetworkNameResources listed a wrong number of resources";
     std::vector<std::wstring> names;
     for (const auto& resource : *resources) {
-        if (!resource || !resource->GetHandle()) return "GetNetworkNameResources listed a resource without a handle";
+        if (!resource || !resource->GetHandle())
+            return "GetNetworkNameResources listed a resource without a handle";
         names.push_back(*resource->GetResourceName());
     }
     if (!AreNetworkNames(names, inventory))
@@ -608,46 +654,63 @@ std::string WithCommas(long value) {
 
 void RunInventoryFigures() {
     const Inventory inventories[2] = {MakeInventory(kSmallInventory), MakeInventory(kLargeInventory)};
-    const int calls[2] = {kSmallInventoryCalls, kLargeInventoryCalls};
-    double fastest[kInventoryFigureCount][2];
+    // Calls per sample at each size: as many as list kLargeInventory resources.
+    const long calls[2] = {kLargeInventory / kSmallInventory, 1};
+    // Per figure and round, the median cost per resource at each size, in seconds.
+    std::vector<double> perResource[kInventoryFigureCount][2];
     std::string problems[kInventoryFigureCount];
-    for (auto& sizes : fastest) sizes[0] = sizes[1] = std::numeric_limits<double>::infinity();
+    const auto measuring = [&](size_t figure) { return problems[figure].empty(); };
+    const auto take = [&](size_t figure, MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+        const char* problem = kInventoryFigures[figure].take(cluster, inventory, seconds);
+        if (problem)
+            problems[figure] = std::string(problem) + " on " + WithCommas(inventory.size) + " resources";
+        return !problem;
+    };
 
     std::string setup;
     for (int round = 0; round < kInventoryRounds && setup.empty(); ++round) {
+        double roundCost[kInventoryFigureCount][2] = {};
         for (int turn = 0; turn < 2 && setup.empty(); ++turn) {
             const int which = (round + turn) % 2;
             const Inventory& inventory = inventories[which];
             boost::shared_ptr<MSCSCluster> cluster;
             setup = OpenInventory(inventory, cluster);
-            for (size_t figure = 0; figure < kInventoryFigureCount && setup.empty(); ++figure) {
-                for (int call = 0; call < calls[which] && problems[figure].empty(); ++call) {
-                    double seconds = 0;
-                    if (const char* problem = kInventoryFigures[figure].take(*cluster, inventory, seconds))
-                        problems[figure] = std::string(problem) + " on " + WithCommas(inventory.size) + " resources";
-                    else
-                        fastest[figure][which] = std::min(fastest[figure][which], seconds);
+            if (!setup.empty()) break;
+            // The first call on a freshly loaded cluster finds its memory
+            // cold; it only checks the list.
+            double seconds = 0;
+            for (size_t figure = 0; figure < kInventoryFigureCount; ++figure)
+                if (measuring(figure)) take(figure, *cluster, inventory, seconds);
+            // The figures take turns, sample by sample.
+            std::vector<double> samples[kInventoryFigureCount];
+            for (int sample = 0; sample < kInventorySamples; ++sample) {
+                for (size_t figure = 0; figure < kInventoryFigureCount; ++figure) {
+                    double total = 0;
+                    for (long call = 0; call < calls[which] && measuring(figure); ++call)
+                        if (take(figure, *cluster, inventory, seconds)) total += seconds;
+                    if (measuring(figure)) samples[figure].push_back(total / (inventory.size * calls[which]));
                 }
             }
+            for (size_t figure = 0; figure < kInventoryFigureCount; ++figure)
+                if (measuring(figure)) roundCost[figure][which] = MedianOf(samples[figure]);
         }
+        if (!setup.empty()) break;
+        for (size_t figure = 0; figure < kInventoryFigureCount; ++figure)
+            for (int which = 0; which < 2 && measuring(figure); ++which)
+                perResource[figure][which].push_back(roundCost[figure][which]);
     }
 
     for (size_t figure = 0; figure < kInventoryFigureCount; ++figure) {
-        const InventoryFigure& inventoryFigure = kInventoryFigures[figure];
+        const std::string name = std::string(kInventoryFigures[figure].name) + ", per resource at " +
+                                 WithCommas(inventories[1].size) + " vs at " +
+                                 WithCommas(inventories[0].size);
         const std::string& problem = setup.empty() ? problems[figure] : setup;
         if (!problem.empty()) {
-            printf("%s, per resource: not measured (%s)\n", inventoryFigure.name, problem.c_str());
+            printf("%s: not measured (%s)\n", name.c_str(), problem.c_str());
             continue;
         }
-        const double small = fastest[figure][0] * 1e9 / inventories[0].size;
-        const double large = fastest[figure][1] * 1e9 / inventories[1].size;
-        // The verdict follows the ratio as printed.
-        const double ratio = std::round(large / small * 100) / 100;
-        printf("%s, per resource: %s at %s, %s at %s: %.2fx (fastest of %d and %d calls) goal <= %gx: goal %s\n",
-               inventoryFigure.name, Nanoseconds(small).c_str(), WithCommas(inventories[0].size).c_str(),
-               Nanoseconds(large).c_str(), WithCommas(inventories[1].size).c_str(), ratio,
-               kInventoryRounds * calls[0], kInventoryRounds * calls[1], inventoryFigure.goal,
-               ratio <= inventoryFigure.goal ? "met" : "missed");
+        Print(name.c_str(), kInventoryFigures[figure].goal,
+              Summarise(perResource[figure][1], perResource[figure][0]), "a resource");
     }
     fflush(stdout);
 }
@@ -659,7 +722,7 @@ int main() {
         if (const char* problem = benchmark.prepare()) {
             printf("%s: not measured (%s)\n", benchmark.name, problem);
         } else {
-            Print(benchmark, Run(benchmark));
+            Print(benchmark.name, benchmark.goal, Run(benchmark), "a call");
         }
         if (benchmark.finish) {
             if (const char* problem = benchmark.finish()) {
