@@ -152,10 +152,13 @@ int RunDefinition(const ParsedArguments& arguments, Format format) {
     const std::wstring path = FindDefinitionFile(fileName, directory);
     if (!Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr,
                                 directory ? directory->c_str() : nullptr)) {
-        if (path.empty())
+        if (path.empty()) {
+            wchar_t current[MAX_PATH] = {};
+            GetCurrentDirectoryW(MAX_PATH, current);
             return Failure(L"cannot find the product definition: no readable " + fileName + L" in " +
-                           (directory ? Quoted(*directory) : std::wstring(L"the current folder")) +
+                           (directory ? Quoted(*directory) : L"the current folder " + Quoted(current)) +
                            L", the wizard's folder, the installed product's folder or the setup folder");
+        }
         const std::wstring problem = XmlProblem(path);
         return Failure(L"cannot read the product definition " + Quoted(path) +
                        (problem.empty() ? L" (run with --trace to see why)" : L": " + problem));

@@ -106,7 +106,8 @@ int PrintUsage(const Command* command, Format format) {
         return PrintText(L"Usage: orvclus COMMAND [OPTIONS]\n\nCommands:\n" + TwoColumns(commands) +
                          L"\nOptions of every command (before or after the command):\n" +
                          OptionTable(CommonOptions()) +
-                         L"\nRun 'orvclus help COMMAND' for the options of one command.\n" + ExitCodesText());
+                         L"\nRun 'orvclus help COMMAND' for the options of one command; they too may come before the\n"
+                         L"command.\n" + ExitCodesText());
     }
     std::vector<OptionSpec> options = command->options;
     options.insert(options.end(), CommonOptions().begin(), CommonOptions().end());
