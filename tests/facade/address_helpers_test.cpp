@@ -1,4 +1,4 @@
-// IPv4 address text, name resolution and the node name.
+// IPv4 address text and name resolution.
 
 #include <winsock2.h>
 
@@ -8,54 +8,41 @@
 
 namespace {
 
-class Sockets : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        WSADATA data;
-        ASSERT_EQ(0, WSAStartup(MAKEWORD(2, 2), &data));
-    }
-    static void TearDownTestSuite() { WSACleanup(); }
-};
+const bool kSockets = [] {
+    WSADATA data;
+    return WSAStartup(MAKEWORD(2, 2), &data) == 0;
+}();
 
-TEST_F(Sockets, IsIpAcceptsWhatTheSocketLayerParses) {
-    EXPECT_TRUE(Cluster::IsIp(L"10.0.0.1"));
-    EXPECT_TRUE(Cluster::IsIp(L"10.1"));        // short form
-    EXPECT_TRUE(Cluster::IsIp(L"0x0A.010.0.1"));  // hexadecimal and octal parts
-    EXPECT_FALSE(Cluster::IsIp(L""));
-    EXPECT_FALSE(Cluster::IsIp(L"255.255.255.255"));  // indistinguishable from failure
-    EXPECT_FALSE(Cluster::IsIp(L"node1.example"));
-    EXPECT_FALSE(Cluster::IsIp(L"10.0.0.1.5"));
-    // Each character keeps only its low byte: U+012E becomes '.'.
-    EXPECT_TRUE(Cluster::IsIp(L"10\x012E" L"0.0.1"));
+TEST(Address, IsIpAcceptsWhatTheSocketLayerParses) {
+    ASSERT_TRUE(kSockets);
+    const std::pair<const wchar_t*, bool> rows[] = {
+        {L"10.0.0.1", true},
+        {L"10.1", true},          // short form
+        {L"0x0A.010.0.1", true},  // hexadecimal and octal parts
+        {L"10\x012E" L"0.0.1", true},  // each character keeps its low byte: U+012E is '.'
+        {L"", false},
+        {L"255.255.255.255", false},  // indistinguishable from failure
+        {L"node1.example", false},
+        {L"10.0.0.1.5", false},
+    };
+    for (const auto& [text, isIp] : rows) EXPECT_EQ(isIp, Cluster::IsIp(text)) << text;
 }
 
-TEST_F(Sockets, ResolvesNamesToTheirFirstAddress) {
+TEST(Address, ResolvesNamesToTheirFirstAddressAndLeavesUnknownOnesAlone) {
+    ASSERT_TRUE(kSockets);
     std::wstring name = L"127.0.0.1";
     EXPECT_TRUE(Cluster::FromNetworkNameToIp(name));
     EXPECT_EQ(L"127.0.0.1", name);
-
     name = L"localhost";
     EXPECT_TRUE(Cluster::FromNetworkNameToIp(name));
     EXPECT_TRUE(Cluster::IsIp(name)) << name;
-}
 
-TEST_F(Sockets, UnknownNamesStayAsTheyWere) {
-    std::wstring name = L"no-such-host.invalid";
+    name = L"no-such-host.invalid";
     EXPECT_FALSE(Cluster::FromNetworkNameToIp(name));
     EXPECT_EQ(L"no-such-host.invalid", name);
-
-    std::wstring longName(600, L'a');  // cut to the resolver's buffer, never overrun
-    EXPECT_FALSE(Cluster::FromNetworkNameToIp(longName));
-    EXPECT_EQ(600u, longName.size());
-}
-
-TEST(NodeName, IsTheComputerNameOffClusterAndNeverChanges) {
-    wchar_t computer[300];
-    DWORD size = 300;
-    ASSERT_TRUE(GetComputerNameW(computer, &size));
-    const std::wstring& first = Cluster::GetNetworkNodeName();
-    EXPECT_EQ(std::wstring(computer), first);
-    EXPECT_EQ(&first, &Cluster::GetNetworkNodeName());
+    name.assign(600, L'a');  // cut to the resolver's buffer, never overrun
+    EXPECT_FALSE(Cluster::FromNetworkNameToIp(name));
+    EXPECT_EQ(std::wstring(600, L'a'), name);
 }
 
 }  // namespace

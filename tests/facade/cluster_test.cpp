@@ -4,16 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include "harness/name_copy.h"
 #include "orvcluster.h"
 
 namespace {
 
-std::wstring Lower(std::wstring text) {
-    for (wchar_t& c : text) c = static_cast<wchar_t>(towlower(c));
-    return text;
-}
-
-TEST(PlainCluster, EveryOperationAnswersItsNeutralDefault) {
+TEST(PlainCluster, EveryOperationAnswersItsNeutralDefaultAndWritesNothing) {
     boost::shared_ptr<Cluster> cluster = Cluster::GetInstance(nullptr);
     ASSERT_TRUE(cluster);
     Cluster& c = *cluster;
@@ -24,56 +20,41 @@ TEST(PlainCluster, EveryOperationAnswersItsNeutralDefault) {
     bool isNode = true;
     wchar_t buffer[8] = L"x";
 
-    EXPECT_FALSE(c.ClusterOpen());
     c.Close();
-    EXPECT_FALSE(c.NetworkNameToNodeName(L"name", text));
-    EXPECT_EQ(0u, c.PrepareWizardData());
-    EXPECT_FALSE(c.GetNodes(names));
-    EXPECT_EQ(0u, c.GetDriveNames(wideNames));
-    EXPECT_FALSE(c.GetDriveNames(names));
-    EXPECT_FALSE(c.BackupDatabase(L"C:\\backup"));
-    EXPECT_FALSE(c.BackupDatabase(std::wstring(L"C:\\backup")));
-    EXPECT_EQ(Cluster::AppNotApplicable, c.IsServerRunningSQL(L"SQLVS", &isNode));
-    EXPECT_EQ(Cluster::AppNotApplicable, c.IsServerRunningExchange(nullptr, nullptr));
-    EXPECT_FALSE(c.GetOrvActiveNodeName(text));
-    EXPECT_EQ(1u, c.OfflineExchangeServer(L"EX", 10));
-    EXPECT_EQ(1u, c.OfflineSqlServer(L"SQL", 10));
-    EXPECT_EQ(1u, c.OnlineSqlServer(nullptr, 0));
-    EXPECT_FALSE(c.GetOrvVirtualName(text));
-    EXPECT_FALSE(c.GetVirtualNameFromIp(text, L"10.0.0.1"));
-    EXPECT_FALSE(c.GetVirtualNameFromIp(text, "10.0.0.1"));
-    EXPECT_EQ(0u, c.CreateGroup(L"g", L"v", nullptr, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(0u, c.MakeOnline(L"g"));
-    EXPECT_EQ(0u, c.MakeOffline(L"g"));
-    EXPECT_EQ(0u, c.FailoverReservedOperation());
-    EXPECT_EQ(0u, c.GetNetworkNames(wideNames, nullptr));
-    EXPECT_EQ(0u, c.IsClusteredOrv(wcstring(L"Orvane")));
-    EXPECT_EQ(0u, c.IsActiveClusterNode(L"n"));
-    EXPECT_EQ(0u, c.DeleteGroup(L"g"));
-    EXPECT_EQ(0u, c.AddNode(L"g", L"n"));
-    EXPECT_EQ(0u, c.DeleteNode(L"g", L"n"));
-    EXPECT_EQ(0u, c.BounceReg());
-    EXPECT_EQ(0u, c.IsValidNetworkConfig(L"a", L"b", L"c"));
-    EXPECT_EQ(0u, c.GetClusterNodes(&nodeList));
-    EXPECT_EQ(0u, c.IsNode(L"n"));
-    EXPECT_EQ(0u, c.ClusterConfOpen());
-    EXPECT_EQ(0u, c.ClusterConfClose());
-    EXPECT_EQ(0u, c.ReservedOperation36());
-    EXPECT_EQ(0u, c.ReservedOperation37());
-    EXPECT_EQ(0u, c.PartnerReservedOperation());
-    EXPECT_EQ(0u, c.QueryForExisting(buffer, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(0u, c.DeleteServiceFromGroup(L"g", L"s", 0));
-    EXPECT_EQ(0, c.ResourceExists(L"r"));
-    EXPECT_EQ(0u, c.SyncUpServices());
-    EXPECT_EQ(0u, c.AddFileShareName(L"g", L"s", L"p"));
-    EXPECT_EQ(0u, c.AddFileServerResource(L"g", L"s", L"p"));
-    EXPECT_EQ(0u, c.DelFileServerResource(buffer));
-    EXPECT_EQ(0u, c.OnlineFileServerResource(L"r"));
-    EXPECT_EQ(0u, c.FileServerExists(L"r"));
-    EXPECT_EQ(0u, c.OnlineResource(L"r"));
-    EXPECT_EQ(0u, c.OfflineResource(L"r"));
+#define ANSWER(call, expected) {#call, static_cast<unsigned long>(c.call), expected}
+    const struct {
+        const char* call;
+        unsigned long answer, expected;
+    } answers[] = {
+        ANSWER(ClusterOpen(), 0), ANSWER(NetworkNameToNodeName(L"name", text), 0),
+        ANSWER(PrepareWizardData(), 0), ANSWER(GetNodes(names), 0), ANSWER(GetDriveNames(names), 0),
+        ANSWER(GetDriveNames(wideNames), 0), ANSWER(BackupDatabase(L"C:\\b"), 0),
+        ANSWER(BackupDatabase(std::wstring(L"C:\\b")), 0), ANSWER(GetOrvActiveNodeName(text), 0),
+        ANSWER(IsServerRunningSQL(L"SQLVS", &isNode), Cluster::AppNotApplicable),
+        ANSWER(IsServerRunningExchange(nullptr, nullptr), Cluster::AppNotApplicable),
+        ANSWER(OfflineExchangeServer(L"EX", 10), 1), ANSWER(OfflineSqlServer(L"SQL", 10), 1),
+        ANSWER(OnlineSqlServer(nullptr, 0), 1), ANSWER(GetOrvVirtualName(text), 0),
+        ANSWER(GetVirtualNameFromIp(text, L"10.0.0.1"), 0),
+        ANSWER(GetVirtualNameFromIp(text, "10.0.0.1"), 0), ANSWER(MakeOnline(L"g"), 0),
+        ANSWER(CreateGroup(L"g", L"v", nullptr, nullptr, nullptr, nullptr, nullptr), 0),
+        ANSWER(MakeOffline(L"g"), 0), ANSWER(FailoverReservedOperation(), 0),
+        ANSWER(GetNetworkNames(wideNames, nullptr), 0), ANSWER(IsClusteredOrv(wcstring(L"O")), 0),
+        ANSWER(IsActiveClusterNode(L"n"), 0), ANSWER(DeleteGroup(L"g"), 0), ANSWER(BounceReg(), 0),
+        ANSWER(AddNode(L"g", L"n"), 0), ANSWER(DeleteNode(L"g", L"n"), 0), ANSWER(IsNode(L"n"), 0),
+        ANSWER(IsValidNetworkConfig(L"a", L"b", L"c"), 0), ANSWER(GetClusterNodes(&nodeList), 0),
+        ANSWER(ClusterConfOpen(), 0), ANSWER(ClusterConfClose(), 0), ANSWER(SyncUpServices(), 0),
+        ANSWER(ReservedOperation36(), 0), ANSWER(ReservedOperation37(), 0),
+        ANSWER(PartnerReservedOperation(), 0),
+        ANSWER(QueryForExisting(buffer, nullptr, nullptr, nullptr, nullptr), 0),
+        ANSWER(DeleteServiceFromGroup(L"g", L"s", 0), 0), ANSWER(ResourceExists(L"r"), 0),
+        ANSWER(AddFileShareName(L"g", L"s", L"p"), 0), ANSWER(DelFileServerResource(buffer), 0),
+        ANSWER(AddFileServerResource(L"g", L"s", L"p"), 0),
+        ANSWER(OnlineFileServerResource(L"r"), 0), ANSWER(FileServerExists(L"r"), 0),
+        ANSWER(OnlineResource(L"r"), 0), ANSWER(OfflineResource(L"r"), 0),
+    };
+#undef ANSWER
+    for (const auto& row : answers) EXPECT_EQ(row.expected, row.answer) << row.call;
 
-    // Nothing was written to the caller's variables.
     EXPECT_EQ(L"unchanged", text);
     EXPECT_TRUE(names.empty() && wideNames.empty());
     EXPECT_EQ(nullptr, nodeList);
@@ -83,16 +64,16 @@ TEST(PlainCluster, EveryOperationAnswersItsNeutralDefault) {
 
 TEST(Factory, ThisMachineInAnyFormIsNotClustered) {
     const std::wstring local = OrvGetComputerName();
-    for (const std::wstring& machine : {std::wstring(), local, Lower(local), L"\\\\" + local}) {
+    std::wstring lower = local;
+    for (wchar_t& c : lower) c = static_cast<wchar_t>(towlower(c));
+    for (const std::wstring& machine : {std::wstring(), local, lower, L"\\\\" + local}) {
         boost::shared_ptr<Cluster> cluster = Cluster::GetInstance(machine.c_str());
         ASSERT_TRUE(cluster);
-        EXPECT_EQ(Cluster::NotClustered, cluster->GetClusterType());
-        EXPECT_FALSE(cluster->Open());
-        EXPECT_STREQ(L"", cluster->GetClusterName());
+        EXPECT_EQ(Cluster::NotClustered, cluster->GetClusterType()) << machine;
+        EXPECT_FALSE(cluster->Open()) << machine;
     }
     EXPECT_FALSE(Cluster::IsCluster(nullptr));
     EXPECT_FALSE(Cluster::IsCluster(L"NO-SUCH-HOST-ORV"));
-    EXPECT_EQ(Cluster::NotClustered, Cluster::GetInstance(L"NO-SUCH-HOST-ORV")->GetClusterType());
 }
 
 // A backend whose nodes are known, for the node status check.
@@ -104,53 +85,35 @@ public:
     }
 };
 
-TEST(NodeStatus, MatchesNodesWithoutCaseOrLeadingBackslashes) {
+TEST(NodeStatus, MatchesWholeNodeNamesWithoutCaseOrLeadingBackslashes) {
+    const struct {
+        const wchar_t* machine;
+        bool isNode;
+    } rows[] = {{L"\\\\node2", true}, {L"NODE3", false}, {L"NODE", false}, {nullptr, false}};
     TwoNodes cluster;
-    bool isNode = false;
-    EXPECT_TRUE(cluster.GetMachineNodeStatus(L"\\\\node2", &isNode));
-    EXPECT_TRUE(isNode);
-    EXPECT_TRUE(cluster.GetMachineNodeStatus(L"NODE3", &isNode));
-    EXPECT_FALSE(isNode);
-    isNode = true;
-    EXPECT_TRUE(cluster.GetMachineNodeStatus(L"NODE", &isNode));  // no prefix matches
-    EXPECT_FALSE(isNode);
-}
-
-TEST(NodeStatus, UnknownNodesLeaveTheFlagAlone) {
+    for (const auto& row : rows) {
+        bool isNode = !row.isNode;
+        EXPECT_TRUE(cluster.GetMachineNodeStatus(row.machine, &isNode));
+        EXPECT_EQ(row.isNode, isNode) << (row.machine ? row.machine : L"(null)");
+    }
+    // Without a node list the answer is false and the flag is left alone.
     Cluster plain;
     bool isNode = true;
     EXPECT_FALSE(plain.GetMachineNodeStatus(L"NODE1", &isNode));
     EXPECT_TRUE(isNode);
 }
 
-TEST(VirtualServerName, IsTheComputerNameWithoutCluster) {
+TEST(VirtualServerName, IsTheCachedComputerNameWithoutCluster) {
     wchar_t computer[300];
     DWORD computerSize = 300;
     ASSERT_TRUE(GetComputerNameW(computer, &computerSize));
     boost::shared_ptr<const std::wstring> name = Cluster::GetOrvVirtualServerName();
     EXPECT_EQ(std::wstring(computer), *name);
-    EXPECT_EQ(name.get(), Cluster::GetOrvVirtualServerName().get());  // served from the cache
+    EXPECT_EQ(name.get(), Cluster::GetOrvVirtualServerName().get());
     EXPECT_FALSE(Cluster::IsOrvClustered());
-}
-
-TEST(VirtualServerName, CopyNeedsRoomForTheTerminator) {
-    const std::wstring name = *Cluster::GetOrvVirtualServerName();
-    wchar_t buffer[300];
-    wmemset(buffer, L'#', 300);
-    unsigned long size = static_cast<unsigned long>(name.size());
-    EXPECT_FALSE(Cluster::GetOrvVirtualServerName(buffer, &size));
-    EXPECT_EQ(name.size(), size);  // not told what it needs
-    EXPECT_EQ(L'#', buffer[0]);
-
-    size = static_cast<unsigned long>(name.size() + 1);
-    EXPECT_TRUE(Cluster::GetOrvVirtualServerName(buffer, &size));
-    EXPECT_EQ(name.size(), size);
-    EXPECT_EQ(name, buffer);
-
-    size = 0;
-    EXPECT_FALSE(Cluster::GetOrvVirtualServerName(buffer, &size));
-    EXPECT_FALSE(Cluster::GetOrvVirtualServerName(nullptr, &size));
-    EXPECT_FALSE(Cluster::GetOrvVirtualServerName(buffer, nullptr));
+    orvtest::ExpectWideNameCopy(*name, [](wchar_t* buffer, unsigned long* size) {
+        return static_cast<int>(Cluster::GetOrvVirtualServerName(buffer, size));
+    });
 }
 
 }  // namespace

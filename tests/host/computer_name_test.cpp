@@ -4,46 +4,28 @@
 
 #include <gtest/gtest.h>
 
+#include "harness/name_copy.h"
 #include "orvcluster.h"
 
 namespace {
 
-std::wstring SystemComputerName() {
-    wchar_t name[300];
-    DWORD size = 300;
-    return GetComputerNameW(name, &size) ? name : L"";
-}
-
 TEST(ComputerName, IsTheNodeNameAndStaysTheSame) {
+    wchar_t system[300];
+    DWORD systemSize = 300;
+    ASSERT_TRUE(GetComputerNameW(system, &systemSize));
+    EXPECT_EQ(std::wstring(system), Cluster::GetNetworkNodeName());  // off cluster
     const std::wstring& name = OrvGetComputerName();
-    EXPECT_EQ(SystemComputerName(), name);
-    EXPECT_EQ(&name, &OrvComputerName::GetInstanceRef().GetOrvComputerName());
-    SetVirtualNameForNodeName(true);
-    EXPECT_EQ(SystemComputerName(), OrvGetComputerName());
-    SetVirtualNameForNodeName(false);
+    EXPECT_EQ(std::wstring(system), name);
+    SetVirtualNameForNodeName(true);  // deliberately changes nothing
     EXPECT_EQ(&name, &OrvGetComputerName());
+    EXPECT_EQ(std::wstring(system), name);
 }
 
-TEST(ComputerName, WideCopyKeepsTheSizeWhenTooSmall) {
-    const std::wstring name = OrvGetComputerName();
-    ASSERT_FALSE(name.empty());
-    wchar_t buffer[300];
-    wmemset(buffer, L'#', 300);
-
-    unsigned long size = static_cast<unsigned long>(name.size());
-    EXPECT_EQ(0, OrvGetComputerNameW(buffer, &size));
-    EXPECT_EQ(name.size(), size);
-    EXPECT_EQ(L'#', buffer[0]);
-
-    size = static_cast<unsigned long>(name.size() + 1);
-    EXPECT_EQ(1, OrvGetComputerName(buffer, &size));
-    EXPECT_EQ(name.size(), size);
-    EXPECT_EQ(name, buffer);
-
-    size = 0;
-    EXPECT_EQ(0, OrvGetComputerNameW(buffer, &size));
-    EXPECT_EQ(0, OrvGetComputerNameW(nullptr, &size));
-    EXPECT_EQ(0, OrvGetComputerNameW(buffer, nullptr));
+TEST(ComputerName, WideCopies) {
+    orvtest::ExpectWideNameCopy(OrvGetComputerName(), [](wchar_t* buffer, unsigned long* size) {
+        return OrvGetComputerName(buffer, size);
+    });
+    orvtest::ExpectWideNameCopy(OrvGetComputerName(), OrvGetComputerNameW);
 }
 
 TEST(ComputerName, NarrowCopyEmptiesTheSizeWhenTooSmall) {
@@ -62,6 +44,7 @@ TEST(ComputerName, NarrowCopyEmptiesTheSizeWhenTooSmall) {
     EXPECT_EQ(name.size(), size);
     EXPECT_EQ(std::string(name.begin(), name.end()), buffer);
 
+    size = 300;
     EXPECT_EQ(0, OrvGetComputerNameA(nullptr, &size));
     EXPECT_EQ(0, OrvGetComputerNameA(buffer, nullptr));
 }

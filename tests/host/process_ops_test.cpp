@@ -16,20 +16,17 @@ namespace {
 using orvtest::RunningCopy;
 using orvtest::ScratchFolder;
 
-bool SamePath(const std::wstring& left, const wchar_t* right) {
-    return _wcsicmp(left.c_str(), right) == 0;
-}
-
 TEST(ProcessOps, MatchesTheWholeNameInAnyCase) {
     ScratchFolder folder(L"orv-process-name");
     CProcessOps ops;
     EXPECT_EQ(0, ops.IsProcessRunning(L"setup.exe"));
     {
         RunningCopy setup(folder.Path() + L"\\setup.exe");
-        EXPECT_EQ(1, ops.IsProcessRunning(L"SETUP.EXE"));
-        EXPECT_EQ(1, ops.IsProcessRunning(L"setup.exe"));
-        for (const wchar_t* partial : {L"setup", L"setup.ex", L"etup.exe", L"setup.exe2", L""})
-            EXPECT_EQ(0, ops.IsProcessRunning(partial)) << partial;
+        const std::pair<const wchar_t*, int> rows[] = {
+            {L"SETUP.EXE", 1}, {L"setup.exe", 1}, {L"setup", 0},    {L"setup.ex", 0},
+            {L"etup.exe", 0},  {L"setup.exe2", 0}, {L"", 0},
+        };
+        for (const auto& [name, running] : rows) EXPECT_EQ(running, ops.IsProcessRunning(name)) << name;
 
         EXPECT_EQ(1, ops.GetProcessNameEx(setup.ProcessId(), L"Setup.Exe"));
         EXPECT_EQ(0, ops.GetProcessNameEx(setup.ProcessId(), L"setup"));
@@ -58,7 +55,7 @@ TEST(ProcessOps, PathOfTheFirstMatchingProcess) {
     wchar_t path[MAX_PATH];
     CProcessOps ops;
     ASSERT_EQ(1, ops.GetProcPath(L"Setup.exe", path));
-    EXPECT_TRUE(SamePath(expected, path)) << path;
+    EXPECT_EQ(0, _wcsicmp(expected.c_str(), path)) << path;
 
     // Nothing found: the buffer is left as it was.
     wmemset(path, L'#', MAX_PATH);

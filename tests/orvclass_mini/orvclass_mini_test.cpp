@@ -24,32 +24,29 @@ TEST(InstalledProduct, FollowsTheInstallKeys) {
     EXPECT_EQ(CMS_PRODUCT_NONE, CMS_GetProd());
 }
 
-TEST(FileVersion, ReadsTheFixedVersionOfASystemLibrary) {
+TEST(FileVersion, ReadsTheFixedVersionOrAnswersTheSystemError) {
     wchar_t path[MAX_PATH];
     GetSystemDirectoryW(path, MAX_PATH);
     wcscat(path, L"\\kernel32.dll");
-    DWORD major = 0, minor = 0, build = 0, revision = 0;
-    ASSERT_EQ(0u, NTFS_GetFileVersionInfo(path, &major, &minor, &build, &revision));
-    // What the version API itself reports for the same file.
+    DWORD parts[4] = {};
+    ASSERT_EQ(0u, NTFS_GetFileVersionInfo(path, &parts[0], &parts[1], &parts[2], &parts[3]));
+    // What the version API itself reports for the same file, most significant part first.
     DWORD handle = 0;
     std::vector<BYTE> data(GetFileVersionInfoSizeW(path, &handle));
     ASSERT_TRUE(GetFileVersionInfoW(path, 0, static_cast<DWORD>(data.size()), data.data()));
     VS_FIXEDFILEINFO* info = nullptr;
     UINT length = 0;
     ASSERT_TRUE(VerQueryValueW(data.data(), L"\\", reinterpret_cast<void**>(&info), &length));
-    EXPECT_EQ(HIWORD(info->dwFileVersionMS), major);
-    EXPECT_EQ(LOWORD(info->dwFileVersionMS), minor);
-    EXPECT_EQ(HIWORD(info->dwFileVersionLS), build);
-    EXPECT_EQ(LOWORD(info->dwFileVersionLS), revision);
-    EXPECT_GE(major, 5u);
-}
+    EXPECT_EQ((std::vector<DWORD>{HIWORD(info->dwFileVersionMS), LOWORD(info->dwFileVersionMS),
+                                  HIWORD(info->dwFileVersionLS), LOWORD(info->dwFileVersionLS)}),
+              std::vector<DWORD>(parts, parts + 4));
+    EXPECT_GE(parts[0], 5u);
 
-TEST(FileVersion, FailuresAnswerTheSystemError) {
-    DWORD major, minor, build, revision;
     EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND),
-              NTFS_GetFileVersionInfo(L"C:\\windows\\no-such-file.dll", &major, &minor, &build, &revision));
+              NTFS_GetFileVersionInfo(L"C:\\windows\\no-such-file.dll", &parts[0], &parts[1],
+                                      &parts[2], &parts[3]));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER),
-              NTFS_GetFileVersionInfo(nullptr, &major, &minor, &build, &revision));
+              NTFS_GetFileVersionInfo(nullptr, &parts[0], &parts[1], &parts[2], &parts[3]));
 }
 
 TEST(CompareIgnoringCase, OrdersLikeUpperCase) {

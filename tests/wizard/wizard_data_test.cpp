@@ -22,11 +22,10 @@ TEST(WizardData, NothingLoadsWithoutAnOpenCluster) {
     for (const auto& answer : answers) EXPECT_EQ(L'#', answer[0]);
     EXPECT_EQ(0u, Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
 
-    // Before a definition is loaded every value is empty and the table is
-    // only its end mark.
+    // Before a definition is loaded the values are empty, never null, and the
+    // table is only its end mark.
     EXPECT_STREQ(L"", Cluster::CWIZ_GetCompany());
     EXPECT_STREQ(L"", Cluster::CWIZ_GetDefaultDir());
-    EXPECT_STREQ(L"", Cluster::CWIZ_KeyMirrorName());
     EXPECT_EQ(0, Cluster::CWIZ_GetSync());
     ASSERT_NE(nullptr, Cluster::CWIZ_GetResourceList());
     EXPECT_STREQ(L"", Cluster::CWIZ_GetResourceList()->resourceName);

@@ -31,12 +31,8 @@ TEST_F(WizardInit, LoadsTheDefinitionOnceAndOnlyOnce) {
     EXPECT_STREQ(L"\\Brassel\\Orvane\\", Cluster::CWIZ_GetDefaultDir());
     EXPECT_STREQ(L"Orvane Group", Cluster::CWIZ_GetDefGroupName());
 
-    const CLUSTERRESOURCE* table = Cluster::CWIZ_GetResourceList();
-    EXPECT_STREQ(L"IP Address", table[0].resourceType);
-    EXPECT_STREQ(L"Network Name", table[1].resourceType);
-    EXPECT_STREQ(L"OrvJobEngine", table[3].serviceName);  // the product's marker service
-    EXPECT_STREQ(L"", table[5].resourceName);              // end mark after three services
-    EXPECT_TRUE(Cluster::IsServiceResource(L"orvtapeengine", table));
+    // The table of the definition loaded (checked in full by the definition's tests).
+    EXPECT_STREQ(L"OrvJobEngine", Cluster::CWIZ_GetResourceList()[3].serviceName);
 
     // Loaded once: another file later changes nothing.
     broken.Write(L"clusconfig.xml",
