@@ -93,21 +93,7 @@ TEST_F(Factory, DetectsInOrderAndCachesTheAnswerUntilItIsStale) {
     EXPECT_EQ(4, Detections());
 }
 
-TEST_F(Factory, CachedKindIsTrustedEvenWhenTheClusterHasGoneButNotWithoutItsBackend) {
-    scripts[1].opens = true;
-    cache_.GetLocal(kBothBackends);
-    scripts[1].opens = false;
-    boost::shared_ptr<Cluster> cluster = cache_.GetLocal(kBothBackends);
-    EXPECT_EQ(Cluster::NRX, cluster->GetClusterType());
-    EXPECT_EQ(1, Detections());
-    EXPECT_EQ(2u, cache_.Kind());
-
-    const std::vector<orv::BackendMaker> firstOnly = {&MakeStandIn<0>};
-    EXPECT_EQ(Cluster::NotClustered, cache_.GetLocal(firstOnly)->GetClusterType());
-    EXPECT_EQ(0u, cache_.Kind());
-}
-
-TEST_F(Factory, NoClusterIsCachedToo) {
+TEST_F(Factory, NoneIsCachedTooAndACachedKindIsTrustedWhileItsBackendIsThere) {
     boost::shared_ptr<Cluster> cluster = cache_.GetLocal(kBothBackends);
     ASSERT_TRUE(cluster);
     EXPECT_EQ(Cluster::NotClustered, cluster->GetClusterType());
@@ -117,8 +103,17 @@ TEST_F(Factory, NoClusterIsCachedToo) {
     EXPECT_EQ(1, scripts[1].made);
 
     SimClock_Sleep(0x10000);  // an answer of "none" is asked again as well
-    scripts[0].opens = true;
-    EXPECT_EQ(Cluster::MSCS, cache_.GetLocal(kBothBackends)->GetClusterType());
+    scripts[1].opens = true;
+    EXPECT_EQ(Cluster::NRX, cache_.GetLocal(kBothBackends)->GetClusterType());
+    // Deliberately trusted even when the cluster has gone since.
+    scripts[1].opens = false;
+    EXPECT_EQ(Cluster::NRX, cache_.GetLocal(kBothBackends)->GetClusterType());
+    EXPECT_EQ(2, Detections());
+    EXPECT_EQ(2u, cache_.Kind());
+    // A cached kind without its backend falls back to none.
+    const std::vector<orv::BackendMaker> firstOnly = {&MakeStandIn<0>};
+    EXPECT_EQ(Cluster::NotClustered, cache_.GetLocal(firstOnly)->GetClusterType());
+    EXPECT_EQ(0u, cache_.Kind());
 }
 
 TEST_F(Factory, OpenNeedsTheMachineWideDetectionToo) {

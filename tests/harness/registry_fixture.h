@@ -7,8 +7,9 @@
 namespace orvtest {
 
 // Creates a key below HKEY_LOCAL_MACHINE for the life of a test and removes
-// it (with everything below it, and any parent it had to create) afterwards. A key that already existed is
-// removed first, so each test starts from a known machine.
+// it (with everything below it, and any parent it had to create) afterwards.
+// A key that already existed is removed first, so each test starts from a
+// known machine.
 class ScopedMachineKey {
 public:
     explicit ScopedMachineKey(const std::wstring& path);
@@ -16,7 +17,6 @@ public:
     ScopedMachineKey(const ScopedMachineKey&) = delete;
     ScopedMachineKey& operator=(const ScopedMachineKey&) = delete;
 
-    HKEY Get() const { return key_; }
     void SetString(const wchar_t* name, const std::wstring& value);
     void SetDword(const wchar_t* name, DWORD value);
 

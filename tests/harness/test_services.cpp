@@ -74,7 +74,11 @@ bool TestService::Start(DWORD state) {
     ServiceHandle manager(OpenManager());
     ServiceHandle service(OpenServiceW(manager.Get(), name_.c_str(), SERVICE_ALL_ACCESS));
     if (!service || !StartServiceW(service.Get(), 0, nullptr)) return false;
-    return WaitForState(state);
+    for (int waited = 0; waited <= 10000; waited += 10) {
+        if (State() == state) return true;
+        Sleep(10);
+    }
+    return false;
 }
 
 DWORD TestService::State() const {
@@ -94,14 +98,6 @@ DWORD TestService::StartType() const {
     if (!service || !QueryServiceConfigW(service.Get(), config, sizeof(buffer), &needed))
         return 0xFFFFFFFF;
     return config->dwStartType;
-}
-
-bool TestService::WaitForState(DWORD state, DWORD milliseconds) const {
-    for (DWORD waited = 0; waited <= milliseconds; waited += 10) {
-        if (State() == state) return true;
-        Sleep(10);
-    }
-    return false;
 }
 
 }  // namespace orvtest

@@ -18,11 +18,11 @@ public:
     TestService(const TestService&) = delete;
     TestService& operator=(const TestService&) = delete;
 
-    // Starts the service and waits (real time) until it reports `state`.
+    // Starts the service and waits (up to 10 s of real time) until it
+    // reports `state`.
     bool Start(DWORD state = SERVICE_RUNNING);
     DWORD State() const;
     DWORD StartType() const;
-    bool WaitForState(DWORD state, DWORD milliseconds = 10000) const;
 
 private:
     std::wstring name_;
