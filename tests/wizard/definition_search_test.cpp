@@ -82,27 +82,23 @@ TEST_F(DefinitionSearch, BinPathOfTheInstalledProduct) {
     // the 260 bytes the value is read with.
     const std::wstring binFolder = Folder(L"b") + std::wstring(129 - Folder(L"b").size(), L'b');
     const std::wstring file = Place(binFolder.substr(folder_.Path().size() + 1));
-    const std::wstring nothingHere = Folder(L"nothing-here");
-    const wchar_t* empty = nothingHere.c_str();
-    {
-        orvtest::ScopedMachineKey install(kOrvaneInstall);
-        install.SetString(L"Bin Path", binFolder);
-        EXPECT_EQ(file, FindDefinitionFile(kFile, empty));
-        install.SetString(L"Bin Path", binFolder + L"\\");  // 130 characters: does not fit
-        EXPECT_EQ(L"", FindDefinitionFile(kFile, empty));
-        install.SetDword(L"Bin Path", 1);
-        EXPECT_EQ(L"", FindDefinitionFile(kFile, empty));
+    const std::wstring empty = Folder(L"nothing-here");
+    orvtest::ScopedMachineKey install(kOrvaneInstall);
+    install.SetString(L"Bin Path", binFolder);
+    EXPECT_EQ(file, FindDefinitionFile(kFile, empty.c_str()));
+    install.SetString(L"Bin Path", binFolder + L"\\");  // 130 characters: does not fit
+    EXPECT_EQ(L"", FindDefinitionFile(kFile, empty.c_str()));
+    install.SetDword(L"Bin Path", 1);
+    EXPECT_EQ(L"", FindDefinitionFile(kFile, empty.c_str()));
 
-        // With the other product installed, its key is the one read.
-        install.SetString(L"Bin Path", binFolder);
-        orvtest::ScopedMachineKey other(kKelvaneInstall);
-        EXPECT_EQ(L"", FindDefinitionFile(kFile, empty));
-        other.SetString(L"Bin Path", binFolder + L"\\");
-        EXPECT_EQ(L"", FindDefinitionFile(kFile, empty));
-        other.SetString(L"Bin Path", binFolder);
-        EXPECT_EQ(file, FindDefinitionFile(kFile, empty));
-    }
-    EXPECT_EQ(L"", FindDefinitionFile(kFile, empty));
+    // With the other product installed, its key is the one read.
+    install.SetString(L"Bin Path", binFolder);
+    orvtest::ScopedMachineKey other(kKelvaneInstall);
+    EXPECT_EQ(L"", FindDefinitionFile(kFile, empty.c_str()));
+    other.SetString(L"Bin Path", binFolder + L"\\");
+    EXPECT_EQ(L"", FindDefinitionFile(kFile, empty.c_str()));
+    other.SetString(L"Bin Path", binFolder);
+    EXPECT_EQ(file, FindDefinitionFile(kFile, empty.c_str()));
 }
 
 }  // namespace
