@@ -13,6 +13,7 @@
 #include "orvcluster/cluster_api.h"
 #include "orvcluster/mscs_cluster_glue.h"
 #include "orvcluster/resource_glue.h"
+#include "orvcluster/names.h"
 #include "orvcluster/unique_handle.h"
 #include "orvcluster/cluster_handles.h"
 #include "orvcluster/cluster_control.h"

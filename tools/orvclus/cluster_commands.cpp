@@ -67,8 +67,7 @@ int RunNodes(const ParsedArguments& arguments, Format format) {
     const std::wstring& thisComputer = OrvGetComputerName();
     for (const std::wstring& node : nodes) {
         // Node names are compared without regard to case, as the library does.
-        const bool isThisComputer =
-            CompareStringOrdinal(node.c_str(), -1, thisComputer.c_str(), -1, TRUE) == CSTR_EQUAL;
+        const bool isThisComputer = orv::EqualsIgnoreCase(node, thisComputer);
         table.AddRow({Value::Text(node), Value::YesNo(isThisComputer)});
     }
     Report report = ClusterReport(target, CountHeadline(target, nodes.size(), L"node"));
@@ -90,7 +89,7 @@ int RunResources(const ParsedArguments& arguments, Format format) {
         std::wstring others;
         if (target.failover->GetTypes(types))
             for (const std::wstring& known : types)
-                if (CompareStringOrdinal(known.c_str(), -1, type->c_str(), -1, TRUE) == CSTR_EQUAL)
+                if (orv::EqualsIgnoreCase(known, *type))
                     others += (others.empty() ? L"" : L" or ") + Quoted(known);
         if (!others.empty())
             return Failure(L"no resource has type " + Quoted(*type) + L"; did you mean " + others + L"?");

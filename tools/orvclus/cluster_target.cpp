@@ -14,8 +14,7 @@ constexpr unsigned long kServiceStarting = 2;
 constexpr unsigned long kServiceUnreachable = 0;
 
 bool IsThisComputer(const std::wstring* machine) {
-    return !machine || CompareStringOrdinal(machine->c_str(), -1, OrvGetComputerName().c_str(), -1, TRUE) ==
-                           CSTR_EQUAL;
+    return !machine || orv::EqualsIgnoreCase(*machine, OrvGetComputerName());
 }
 
 // The sentence the cluster simulator left about the cluster it could not

@@ -2,7 +2,7 @@
 
 #include "commands.h"
 
-#include <windows.h>
+#include "orvcluster.h"
 
 namespace orvclus {
 
@@ -36,7 +36,7 @@ const std::vector<Command>& Commands() {
 
 const Command* FindCommand(const std::wstring& name) {
     for (const Command& command : Commands())
-        if (CompareStringOrdinal(command.name.c_str(), -1, name.c_str(), -1, TRUE) == CSTR_EQUAL) return &command;
+        if (orv::EqualsIgnoreCase(command.name, name)) return &command;
     return nullptr;
 }
 
