@@ -6,6 +6,7 @@
 #include "orvcluster/export.h"
 #include "orvcluster/wcstring.h"
 #include "orvcluster/resource_table.h"
+#include "orvcluster/definition_file.h"
 #include "orvcluster/cluster.h"
 #include "orvcluster/computer_name.h"
 #include "orvcluster/process_ops.h"

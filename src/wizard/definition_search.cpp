@@ -12,6 +12,8 @@
 #include "orvcluster/unique_handle.h"
 #include "wizard/definition_search.h"
 
+#include "orvcluster/definition_file.h"
+
 namespace orv {
 
 namespace {
@@ -109,3 +111,7 @@ std::wstring FindDefinitionFile(const wchar_t* fileName, const wchar_t* director
 }
 
 }  // namespace orv
+
+std::wstring OrvFindDefinitionFile(const wchar_t* fileName, const wchar_t* directory) {
+    return orv::FindDefinitionFile(fileName, directory);
+}

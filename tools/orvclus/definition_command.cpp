@@ -60,53 +60,6 @@ private:
 
 Value TextOrNone(const wchar_t* text) { return text && *text ? Value::Text(text) : Value::None(); }
 
-bool Readable(const std::wstring& path) {
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
-}
-
-std::wstring FolderOf(const std::wstring& path) {
-    const size_t slash = path.rfind(L'\\');
-    return slash == std::wstring::npos ? std::wstring() : path.substr(0, slash + 1);
-}
-
-// The "Bin Path" of an installed product's install key.
-std::wstring InstalledBinFolder(const wchar_t* keyPath) {
-    wchar_t value[MAX_PATH] = {};
-    DWORD size = sizeof(value) - sizeof(wchar_t);
-    if (RegGetValueW(HKEY_LOCAL_MACHINE, keyPath, L"Bin Path", RRF_RT_REG_SZ, nullptr, value, &size) != ERROR_SUCCESS)
-        return std::wstring();
-    return value;
-}
-
-// The file the library reads, found in the places it looks, in its order:
-// DIR (or the current folder), the wizard's folder, the installed
-// product's folder, the folder of a running setup program. Empty when none
-// has it.
-std::wstring FindDefinitionFile(const std::wstring& fileName, const std::wstring* directory) {
-    std::vector<std::wstring> folders;
-    if (directory) {
-        folders.push_back(*directory);
-    } else {
-        wchar_t current[MAX_PATH] = {};
-        if (GetCurrentDirectoryW(MAX_PATH, current)) folders.push_back(current);
-    }
-    if (HMODULE wizard = GetModuleHandleW(L"orvinstdlgs.dll")) {
-        wchar_t path[MAX_PATH] = {};
-        if (GetModuleFileNameW(wizard, path, MAX_PATH)) folders.push_back(FolderOf(path));
-    }
-    folders.push_back(InstalledBinFolder(L"Software\\Brassel\\Orvane For Windows\\Orvane\\13.0\\Install"));
-    folders.push_back(InstalledBinFolder(L"Software\\PENTRY\\Kelvane\\ORVDS\\13.0\\Install"));
-    wchar_t setup[MAX_PATH] = {};
-    if (CProcessOps().GetProcPath(L"setup.exe", setup)) folders.push_back(FolderOf(setup) + L"bin\\");
-    for (std::wstring folder : folders) {
-        if (folder.empty()) continue;
-        if (folder.back() != L'\\') folder += L'\\';
-        if (Readable(folder + fileName)) return folder + fileName;
-    }
-    return std::wstring();
-}
-
 // Why the system's XML reader refuses the file: "line 3, column 7: REASON";
 // empty when it reads the file.
 std::wstring XmlProblemInApartment(const std::wstring& path) {
@@ -149,7 +102,7 @@ int RunDefinition(const ParsedArguments& arguments, Format format) {
     if (!OpenTarget(arguments, L"definition", Needs::AnyCluster, target)) return kExitFailure;
     const std::wstring fileName = target.cluster->GetClusterType() == Cluster::NRX ? L"nrxconfig.xml" : L"clusconfig.xml";
     const std::wstring* directory = arguments.Value(kDirectoryOption);
-    const std::wstring path = FindDefinitionFile(fileName, directory);
+    const std::wstring path = OrvFindDefinitionFile(fileName.c_str(), directory ? directory->c_str() : nullptr);
     if (!Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr,
                                 directory ? directory->c_str() : nullptr)) {
         if (path.empty()) {
