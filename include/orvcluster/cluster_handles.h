@@ -30,9 +30,10 @@ using UniqueResourceEnum = UniqueAny<&ThroughGlue<&MSCSClusterGlue::ClusterResou
 // an owner and a type mask, ask index 0, 1, 2, ... for a name until the
 // answer is not ERROR_SUCCESS (ERROR_NO_MORE_ITEMS at the end), close.
 //
-// The name buffer starts at 260 characters. With `growNames` a longer name is
-// fetched again into a buffer of the length the platform asks for; without
-// it ERROR_MORE_DATA ends the walk like any other error.
+// The name buffer starts at `nameChars` characters (260 unless said). With
+// `growNames` a longer name is fetched again into a buffer of the length the
+// platform asks for; without it ERROR_MORE_DATA ends the walk like any other
+// error.
 template <typename Owner, typename Enumeration, Enumeration (MSCSClusterGlue::*Open)(Owner, DWORD),
           DWORD (MSCSClusterGlue::*Enumerate)(Enumeration, DWORD, DWORD*, wchar_t*, DWORD*),
           typename UniqueEnumeration>
@@ -40,11 +41,11 @@ class ClusterEnumeration {
 public:
     static constexpr DWORD kInitialNameChars = 260;
 
-    ClusterEnumeration(Owner owner, DWORD typeMask, bool growNames)
+    ClusterEnumeration(Owner owner, DWORD typeMask, bool growNames, DWORD nameChars = kInitialNameChars)
         : glue_(MSCSClusterGlue::GetInstance()),
           enumeration_((glue_.get()->*Open)(owner, typeMask)),
           growNames_(growNames),
-          name_(kInitialNameChars, L'\0') {}
+          name_(nameChars, L'\0') {}
 
     // False when the enumeration could not be opened (the reason in the
     // thread's last error).

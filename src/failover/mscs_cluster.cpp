@@ -51,12 +51,6 @@ MSCSCluster::MSCSCluster(const wchar_t* machine) : glue_(MSCSClusterGlue::GetIns
 
 MSCSCluster::~MSCSCluster() { Close(); }
 
-template <typename Resource>
-Resource* MSCSCluster::Adopt(Resource* resource) const {
-    if (resource) resource->cluster_ = connection_;
-    return resource;
-}
-
 bool MSCSCluster::ClusterOpen() {
     hCluster_ = nullptr;
     if (!clusterName_.empty() || !MachineMightBeClustered(nullptr)) {
@@ -159,8 +153,7 @@ bool MSCSCluster::CollectTyped(const wchar_t* typeName, std::list<Resource*>& re
     if (!GetResources(names, typeName)) return false;
     for (const std::wstring& name : names) {
         // A resource that could not be opened for its type is not handed out.
-        HRESOURCE handle = glue_->OpenClusterResource(hCluster_, name.c_str());
-        if (handle) resources.push_back(Adopt(new Resource(handle, name)));
+        if (Resource* resource = OpenAs<Resource>(name)) resources.push_back(resource);
     }
     return true;
 }
@@ -185,10 +178,8 @@ boost::shared_ptr<const std::list<boost::shared_ptr<Resource>>> MSCSCluster::Col
     std::list<std::wstring> names;
     if (!EnumerateNames(type, names)) return resources;
     for (const std::wstring& name : names) {
-        HRESOURCE handle = glue_->OpenClusterResource(hCluster_, name.c_str());
-        if (!handle) continue;
-        boost::shared_ptr<Resource> resource(Adopt(new Resource(handle, name)));
-        if (keep(*resource)) resources->push_back(resource);
+        boost::shared_ptr<Resource> resource(OpenAs<Resource>(name));
+        if (resource && keep(*resource)) resources->push_back(resource);
     }
     return resources;
 }
@@ -279,11 +270,17 @@ bool MSCSCluster::BackupDatabase(const wchar_t* path) {
 bool MSCSCluster::BackupDatabase(const std::wstring& path) { return BackupDatabase(path.c_str()); }
 
 ClusterResource* MSCSCluster::OpenResource(const wchar_t* name) {
-    HRESOURCE handle = glue_->OpenClusterResource(hCluster_, name);
-    return handle ? Adopt(new ClusterResource(handle, name)) : nullptr;
+    if (!name) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return OpenAs<ClusterResource>(name);
 }
 
 ClusterDiskResource* MSCSCluster::OpenDiskResource(const wchar_t* name) {
-    HRESOURCE handle = glue_->OpenClusterResource(hCluster_, name);
-    return handle ? Adopt(new ClusterDiskResource(handle, name)) : nullptr;
+    if (!name) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return OpenAs<ClusterDiskResource>(name);
 }
