@@ -304,12 +304,32 @@ Json WriteProperties(const PropertyMap& properties) {
     return json;
 }
 
+// A node's name as the scenario writes it, with the token that stands for
+// this computer replaced by the computer's name.
+const wchar_t kThisComputer[] = L"%COMPUTERNAME%";
+
+std::wstring NodeName(std::wstring name) {
+    const size_t tokenLength = wcslen(kThisComputer);
+    for (size_t at = 0; at + tokenLength <= name.size(); ++at) {
+        if (!SameName(name.data() + at, tokenLength, kThisComputer)) continue;
+        wchar_t computer[MAX_COMPUTERNAME_LENGTH + 1];
+        DWORD length = ARRAYSIZE(computer);
+        if (!GetComputerNameW(computer, &length)) return name;
+        name.replace(at, tokenLength, computer, length);
+        at += length ? length - 1 : 0;
+    }
+    return name;
+}
+
+std::wstring SameText(std::wstring name) { return name; }
+
 // The fields of a new object of the given kind ("node", "group"...), named
 // after it from here on; a second object of the same name is refused.
 template <class T, class Exists>
-Fields NamedFields(const Json& json, const std::string& kind, Exists exists, T& object) {
+Fields NamedFields(const Json& json, const std::string& kind, Exists exists, T& object,
+                   std::wstring (*spell)(std::wstring) = SameText) {
     Fields fields(json, "a " + kind);
-    object.name = fields.RequiredString("name");
+    object.name = spell(fields.RequiredString("name"));
     fields.Rename(kind + " " + Quote(object.name));
     if (exists(object.name)) Fail("two " + kind + "s are named " + Quote(object.name));
     return fields;
@@ -381,7 +401,7 @@ private:
             Node node;
             Fields fields = NamedFields(
                 json, "node", [this](const std::wstring& name) { return cluster_.FindNode(name) != nullptr; },
-                node);
+                node, NodeName);
             if (const Json* state = fields.Get("state"))
                 node.state = ReadNamed(*state, kNodeStates, "the state of " + fields.Where());
             if (fields.Bool("local", false)) {
@@ -436,7 +456,8 @@ private:
         }
     }
 
-    ObjectId NodeNamed(const std::wstring& name, const std::string& where) {
+    ObjectId NodeNamed(const std::wstring& written, const std::string& where) {
+        const std::wstring name = NodeName(written);
         Node* node = cluster_.FindNode(name);
         if (!node) Fail(where + " names unknown node " + Quote(name));
         return node->id;

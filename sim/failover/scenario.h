@@ -13,7 +13,7 @@
 //                 "pendingMs": 500,
 //                 "quorum": {"resource": "Cluster Disk Q", "path": "Q:\\MSCS\\", "maxLogSize": 4194304},
 //                 "commonProperties": {...}, "readOnlyCommonProperties": {"SharedVolumesRoot": "C:\\ClusterStorage"}},
-//     "nodes": [{"name": "NODE1", "state": "up", "local": true}, ...],
+//     "nodes": [{"name": "%COMPUTERNAME%", "state": "up", "local": true}, {"name": "NODE2"}, ...],
 //     "resourceTypes": [{"name": "SQL Server", "class": "unknown", "subClass": 0}],
 //     "networks": [{"name": "Public", "role": 3, "address": "10.20.30.0", "mask": "255.255.255.0"}],
 //     "groups": [{"name": "...", "owner": "NODE1", "preferredOwners": [...], "state": "online"}],
@@ -33,6 +33,12 @@
 // absent) is how long each resource stays pending on its way online or
 // offline unless its own "transitions" say otherwise; 0 completes every
 // transition within the call.
+//
+// "%COMPUTERNAME%" stands for this computer's name (as GetComputerNameW
+// gives it) wherever a scenario names a node: in a node's "name", a group's
+// "owner" and "preferredOwners", a resource's "owner" and "possibleOwners".
+// A node named so, marked "local", makes whatever computer runs the program
+// one of the cluster's nodes. A saved scenario names the computer itself.
 //
 // Property values: a string (REG_SZ-like), a number (32-bit; negative: signed;
 // above 32 bits: 64-bit), true/false (32-bit 1/0), or an object naming the

@@ -87,7 +87,7 @@ TEST_F(Resources, GroupOwnerNetworkNameAndType) {
     EXPECT_TRUE(name.GetGroupName(text));
     EXPECT_EQ(L"Orvane Group", text);
     EXPECT_TRUE(name.GetNodeName(text));
-    EXPECT_EQ(L"NODE1", text);
+    EXPECT_EQ(orvtest::ThisComputer(), text);
     EXPECT_TRUE(name.GetTypeName(text));
     EXPECT_EQ(L"Network Name", text);
     EXPECT_TRUE(name.GetNetworkName(text));

@@ -75,19 +75,19 @@ TEST_F(FailoverBackend, UnreachableClusterIsTracedWithItsName) {
 TEST_F(FailoverBackend, NameEnumerations) {
     std::list<std::wstring> names = {L"stale"};
     EXPECT_TRUE(cluster_->GetNodes(names));
-    EXPECT_EQ((std::list<std::wstring>{L"NODE1", L"NODE2"}), names);
+    EXPECT_EQ((std::list<std::wstring>{orvtest::ThisComputer(), L"NODE2"}), names);
     EXPECT_TRUE(cluster_->GetNetworks(names));
     EXPECT_EQ((std::list<std::wstring>{L"Public", L"Heartbeat"}), names);
     EXPECT_TRUE(cluster_->GetTypes(names));
     EXPECT_NE(names.end(), std::find(names.begin(), names.end(), L"Physical Disk"));
     EXPECT_TRUE(cluster_->GetResources(names));
-    EXPECT_EQ(16u, names.size());
+    EXPECT_EQ(20u, names.size());
 
     // An enumeration that breaks off is a failure with the platform's reason.
     ASSERT_TRUE(SimCluster_InjectFailure(L"ClusterEnum", 2, 1, ERROR_NOT_READY));
     EXPECT_FALSE(cluster_->GetNodes(names));
     EXPECT_EQ(static_cast<DWORD>(ERROR_NOT_READY), GetLastError());
-    EXPECT_EQ(std::list<std::wstring>{L"NODE1"}, names);
+    EXPECT_EQ(std::list<std::wstring>{orvtest::ThisComputer()}, names);
 }
 
 // The backend's names fit 260 characters; a longer one ends its walk as a
@@ -103,7 +103,7 @@ TEST_F(FailoverBackend, NameLongerThanTheBufferEndsTheBackendsWalk) {
     SetLastError(0xDEADBEEF);
     EXPECT_FALSE(cluster_->GetResources(names));
     EXPECT_EQ(static_cast<DWORD>(ERROR_MORE_DATA), GetLastError());
-    EXPECT_EQ(16u, names.size());  // those before it
+    EXPECT_EQ(20u, names.size());  // those before it
 
     orv::ClusterObjects grown(cluster_->GetClusterHandle(), CLUSTER_ENUM_RESOURCE, true);
     names.clear();
@@ -133,7 +133,8 @@ TEST_F(FailoverBackend, ResourcesOutliveTheirBackend) {
 TEST_F(FailoverBackend, ResourcesByTypeAreCaseSensitiveAndKeepWhatCannotBeOpened) {
     std::list<std::wstring> names;
     EXPECT_TRUE(cluster_->GetResources(names, L"Network Name"));
-    EXPECT_EQ((std::list<std::wstring>{L"Cluster Name", L"Orvane Server Name", L"SQL Network Name (SQLVS01)"}),
+    EXPECT_EQ((std::list<std::wstring>{L"Cluster Name", L"Orvane Server Name", L"SQL Network Name (SQLVS01)",
+                                       L"Exchange Network Name"}),
               names);
     EXPECT_TRUE(cluster_->GetResources(names, L"network name"));
     EXPECT_TRUE(names.empty());
@@ -141,21 +142,22 @@ TEST_F(FailoverBackend, ResourcesByTypeAreCaseSensitiveAndKeepWhatCannotBeOpened
     // The first resource ("Cluster IP Address") cannot be opened: it stays.
     ASSERT_TRUE(SimCluster_InjectFailure(L"OpenClusterResource", 1, 1, ERROR_ACCESS_DENIED));
     EXPECT_TRUE(cluster_->GetResources(names, L"Network Name"));
-    EXPECT_EQ(4u, names.size());
+    EXPECT_EQ(5u, names.size());
     EXPECT_EQ(L"Cluster IP Address", names.front());
 }
 
 TEST_F(FailoverBackend, TypedListsOfNewObjects) {
     std::list<ClusterServiceResource*> services;
     EXPECT_TRUE(cluster_->GetResources(services));
-    EXPECT_EQ((std::list<std::wstring>{L"Orvane Job Engine", L"Orvane Tape Engine", L"Orvane Discovery Service"}),
+    EXPECT_EQ((std::list<std::wstring>{L"Orvane Job Engine", L"Orvane Tape Engine", L"Orvane Discovery Service",
+                                       L"Orvane RPC Service"}),
               NamesOf(services));
     std::list<ClusterIPResource*> addresses;
     EXPECT_TRUE(cluster_->GetResources(addresses));
-    EXPECT_EQ(3u, NamesOf(addresses).size());
+    EXPECT_EQ(4u, NamesOf(addresses).size());
     std::list<ClusterNetworkNameResource*> networkNames;
     EXPECT_TRUE(cluster_->GetResources(networkNames));
-    EXPECT_EQ(3u, NamesOf(networkNames).size());
+    EXPECT_EQ(4u, NamesOf(networkNames).size());
     std::list<ClusterDiskResource*> disks;
     EXPECT_TRUE(cluster_->GetResources(disks));
     std::list<std::wstring> diskNames = NamesOf(disks);
@@ -168,7 +170,7 @@ TEST_F(FailoverBackend, SharedPointerListsAreBuiltAfresh) {
     ASSERT_EQ(1u, volumes->size());
     EXPECT_EQ(L"Cluster Disk 3", *volumes->front()->GetResourceName());
     auto networkNames = cluster_->GetNetworkNameResources();
-    EXPECT_EQ(3u, networkNames->size());
+    EXPECT_EQ(4u, networkNames->size());
     EXPECT_NE(networkNames.get(), cluster_->GetNetworkNameResources().get());
     EXPECT_TRUE(cluster_->GetVMResources()->empty());
     EXPECT_TRUE(cluster_->GetVMConfigResources()->empty());

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 
 // Paths of the build machine as the Windows programs under Wine see them:
@@ -20,7 +22,15 @@ inline std::wstring ExamplePath(const std::string& relative = std::string()) {
                                      : std::string(ORVTEST_EXAMPLES_DIR) + "/" + relative);
 }
 
-// The bundled two-node failover cluster.
+// The bundled two-node failover cluster. Its first node is this computer
+// (ThisComputer()), the second NODE2.
 inline std::wstring ExampleScenario() { return ExamplePath("scenarios/two-node-failover.json"); }
+
+// This computer's name, which a scenario writes "%COMPUTERNAME%".
+inline std::wstring ThisComputer() {
+    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
+    DWORD length = ARRAYSIZE(name);
+    return GetComputerNameW(name, &length) ? std::wstring(name, length) : std::wstring();
+}
 
 }  // namespace orvtest

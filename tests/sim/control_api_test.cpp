@@ -134,7 +134,7 @@ TEST_F(ControlApi, HandlesDieWithTheirClusterHandleAndStayCountedUntilClosed) {
     HCLUSTER cluster = Sim().OpenCluster(nullptr);
     HRESOURCE resource = Sim().OpenClusterResource(cluster, L"Orvane Job Engine");
     HGROUP group = Sim().OpenClusterGroup(cluster, L"Orvane Group");
-    HNODE node = Sim().OpenClusterNode(cluster, L"NODE1");
+    HNODE node = Sim().OpenClusterNode(cluster, ThisComputer().c_str());
     HNETWORK network = Sim().OpenClusterNetwork(cluster, L"Public");
     HCLUSENUM nodes = Sim().ClusterOpenEnum(cluster, CLUSTER_ENUM_NODE);
     HRESENUM owners = Sim().ClusterResourceOpenEnum(resource, CLUSTER_RESOURCE_ENUM_NODES);

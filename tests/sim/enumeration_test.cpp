@@ -50,7 +50,8 @@ using Enumeration = SimulatorTest;
 TEST_F(Enumeration, EveryEnumeratorFollowsItsDocumentedLengthConventions) {
     Owned<HCLUSENUM> nodes(Sim().ClusterOpenEnum(cluster_.get(), CLUSTER_ENUM_NODE));
     CheckLengthConventions(
-        [&](DWORD i, DWORD* t, wchar_t* n, DWORD* l) { return Sim().ClusterEnum(nodes.get(), i, t, n, l); }, L"NODE1",
+        [&](DWORD i, DWORD* t, wchar_t* n, DWORD* l) { return Sim().ClusterEnum(nodes.get(), i, t, n, l); },
+        ThisComputer(),
         CLUSTER_ENUM_NODE, 2, ERROR_MORE_DATA);
 
     Owned<HGROUP> group = Group(L"SQL Server (MSSQLSERVER)");
@@ -63,17 +64,17 @@ TEST_F(Enumeration, EveryEnumeratorFollowsItsDocumentedLengthConventions) {
     Owned<HRESENUM> dependents(Sim().ClusterResourceOpenEnum(name.get(), CLUSTER_RESOURCE_ENUM_PROVIDES));
     CheckLengthConventions([&](DWORD i, DWORD* t, wchar_t* n,
                                DWORD* l) { return Sim().ClusterResourceEnum(dependents.get(), i, t, n, l); },
-                           L"Orvane Job Engine", CLUSTER_RESOURCE_ENUM_PROVIDES, 3, ERROR_SUCCESS);
+                           L"Orvane Job Engine", CLUSTER_RESOURCE_ENUM_PROVIDES, 4, ERROR_SUCCESS);
 }
 
 TEST_F(Enumeration, TypesChooseWhatIsListedInTypeOrder) {
-    EXPECT_EQ((std::vector<std::wstring>{L"NODE1", L"NODE2", L"Cluster Group", L"Orvane Group",
-                                         L"SQL Server (MSSQLSERVER)", L"Cluster Shared Volume"}),
+    EXPECT_EQ((std::vector<std::wstring>{ThisComputer(), L"NODE2", L"Cluster Group", L"Orvane Group",
+                                         L"SQL Server (MSSQLSERVER)", L"Cluster Shared Volume", L"Exchange Group"}),
               ClusterNames(CLUSTER_ENUM_GROUP | CLUSTER_ENUM_NODE));
     EXPECT_EQ((std::vector<std::wstring>{L"Public", L"Heartbeat"}), ClusterNames(CLUSTER_ENUM_NETWORK));
     EXPECT_EQ((std::vector<std::wstring>{L"Public", L"Heartbeat"}), ClusterNames(CLUSTER_ENUM_INTERNAL_NETWORK));
     EXPECT_EQ(std::vector<std::wstring>{L"Cluster Disk 3"}, ClusterNames(CLUSTER_ENUM_SHARED_VOLUME_RESOURCE));
-    EXPECT_EQ(16u, ClusterNames(CLUSTER_ENUM_RESOURCE).size());
+    EXPECT_EQ(20u, ClusterNames(CLUSTER_ENUM_RESOURCE).size());
     std::vector<std::wstring> types = ClusterNames(CLUSTER_ENUM_RESTYPE);
     EXPECT_NE(types.end(), std::find(types.begin(), types.end(), L"SQL Server Agent"));
     EXPECT_NE(types.end(), std::find(types.begin(), types.end(), L"Generic Service"));
@@ -100,7 +101,8 @@ TEST_F(Enumeration, ResourceAndGroupEnumerationsListRelationsWithTheirTypeAndKee
                                                      {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Job Engine"},
                                                      {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Tape Engine"},
                                                      {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane Discovery Service"},
-                                                     {CLUSTER_RESOURCE_ENUM_NODES, L"NODE1"},
+                                                     {CLUSTER_RESOURCE_ENUM_PROVIDES, L"Orvane RPC Service"},
+                                                     {CLUSTER_RESOURCE_ENUM_NODES, ThisComputer()},
                                                      {CLUSTER_RESOURCE_ENUM_NODES, L"NODE2"}}),
         entries);
 
@@ -115,7 +117,7 @@ TEST_F(Enumeration, ResourceAndGroupEnumerationsListRelationsWithTheirTypeAndKee
     Owned<HCLUSENUM> before(Sim().ClusterOpenEnum(cluster_.get(), CLUSTER_ENUM_GROUP));
     Owned<HGROUP> added(Sim().CreateClusterGroup(cluster_.get(), L"Added Group"));
     ASSERT_TRUE(added);
-    EXPECT_EQ(DWORD(ERROR_NO_MORE_ITEMS), Sim().ClusterEnum(before.get(), 4, &type, text, &length));
+    EXPECT_EQ(DWORD(ERROR_NO_MORE_ITEMS), Sim().ClusterEnum(before.get(), 5, &type, text, &length));
     EXPECT_EQ(L"Added Group", ClusterNames(CLUSTER_ENUM_GROUP).back());
 }
 

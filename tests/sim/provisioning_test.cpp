@@ -70,13 +70,13 @@ TEST_F(Provisioning, DependenciesAndPossibleOwnersFollowTheDocumentedRules) {
     Owned<HRESOURCE> clusterIp = Resource(L"Cluster IP Address");
     EXPECT_EQ(DWORD(ERROR_DEPENDENCY_NOT_ALLOWED), Sim().AddClusterResourceDependency(quorum.get(), clusterIp.get()));
 
-    Owned<HNODE> node1 = Node(L"NODE1");
+    Owned<HNODE> local = Node(ThisComputer().c_str());
     Owned<HNODE> node2 = Node(L"NODE2");
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().RemoveClusterResourceNode(job.get(), node2.get()));
     EXPECT_EQ(DWORD(ERROR_CLUSTER_NODE_NOT_FOUND), Sim().RemoveClusterResourceNode(job.get(), node2.get()));
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().AddClusterResourceNode(job.get(), node2.get()));
     EXPECT_EQ(DWORD(ERROR_OBJECT_ALREADY_EXISTS), Sim().AddClusterResourceNode(job.get(), node2.get()));
-    EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Sim().RemoveClusterResourceNode(job.get(), node1.get()));  // its online owner
+    EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Sim().RemoveClusterResourceNode(job.get(), local.get()));  // its online owner
 }
 
 TEST_F(Provisioning, ChangingTheGroupOfAResourceMovesItsWholeDependencyTree) {

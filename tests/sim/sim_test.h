@@ -50,6 +50,7 @@ using orvtest::Utf8;
 std::vector<std::string> ListOf(const std::string& list);
 
 using orvtest::ExampleScenario;
+using orvtest::ThisComputer;
 // The bundled cluster of version 5.2.
 inline std::wstring ExampleScenario52() { return orvtest::ExamplePath("scenarios/two-node-failover-2003.json"); }
 

@@ -154,16 +154,16 @@ TEST_F(States, OnlineClusterGroupMovesTheGroupAndBringsItsResourcesOnline) {
     SetOffline({L"SQL IP Address", L"SQL Network Name (SQLVS01)", L"Cluster Disk 4", L"SQL Server (MSSQLSERVER)",
                 L"SQL Server Agent (MSSQLSERVER)"});
     Owned<HGROUP> sql = Group(L"SQL Server (MSSQLSERVER)");
-    Owned<HNODE> node1 = Node(L"NODE1");
+    Owned<HNODE> local = Node(ThisComputer().c_str());
     EXPECT_EQ(ClusterGroupOffline, Sim().GetClusterGroupState(sql.get(), nullptr, nullptr));
     SimCluster_ScriptTransition(L"Cluster Disk 4", ClusterResourceOnline, 5000, ClusterResourceOnline);
-    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Sim().OnlineClusterGroup(sql.get(), node1.get()));
+    EXPECT_EQ(DWORD(ERROR_IO_PENDING), Sim().OnlineClusterGroup(sql.get(), local.get()));
     EXPECT_EQ(ClusterGroupPending, Sim().GetClusterGroupState(sql.get(), nullptr, nullptr));
     SimClock_Sleep(5000 + 500 + 500);  // the disk, then the server, then its agent
     wchar_t owner[16];
     DWORD length = 16;
     EXPECT_EQ(ClusterGroupOnline, Sim().GetClusterGroupState(sql.get(), owner, &length));
-    EXPECT_STREQ(L"NODE1", owner);
+    EXPECT_EQ(ThisComputer(), owner);
 
     SimCluster_SetNodeState(L"NODE2", ClusterNodeDown);
     Owned<HNODE> node2 = Node(L"NODE2");
@@ -179,7 +179,7 @@ TEST_F(States, NodeClusterStateFollowsTheNodes) {
     EXPECT_EQ(DWORD(ClusterStateRunning), state(nullptr));
     SimCluster_SetNodeState(L"NODE2", ClusterNodePaused);
     EXPECT_EQ(DWORD(ClusterStateRunning), state(L"node2"));
-    SimCluster_SetNodeState(L"NODE1", ClusterNodeDown);
+    SimCluster_SetNodeState(ThisComputer().c_str(), ClusterNodeDown);
     EXPECT_EQ(DWORD(ClusterStateNotRunning), state(nullptr));
     EXPECT_EQ(nullptr, Sim().OpenCluster(nullptr));
     Owned<HCLUSTER> byName(Sim().OpenCluster(L"ORVCLUS01"));  // reaches the other node
