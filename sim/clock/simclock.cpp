@@ -61,6 +61,10 @@ void WINAPI SimClock_Sleep(DWORD milliseconds) {
     Sleep(1);
 }
 
+void WINAPI SimClock_Advance(DWORD milliseconds) {
+    InterlockedExchangeAdd64(&Section().clock->milliseconds, milliseconds);
+}
+
 void WINAPI SimClock_Set(ULONGLONG milliseconds) {
     InterlockedExchange64(&Section().clock->milliseconds, static_cast<LONG64>(milliseconds));
 }

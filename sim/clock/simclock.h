@@ -25,6 +25,10 @@ SIMCLOCK_API ULONGLONG WINAPI SimClock_GetTickCount64(void);
 // millisecond so that other processes on the same clock can follow.
 SIMCLOCK_API void WINAPI SimClock_Sleep(DWORD milliseconds);
 
+// Advances virtual time by `milliseconds` without any real pause: the time a
+// simulated call takes.
+SIMCLOCK_API void WINAPI SimClock_Advance(DWORD milliseconds);
+
 // Puts virtual time at `milliseconds`.
 SIMCLOCK_API void WINAPI SimClock_Set(ULONGLONG milliseconds);
 

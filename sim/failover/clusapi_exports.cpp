@@ -7,6 +7,7 @@
 
 #include "backup.h"
 #include "controls.h"
+#include "simclock.h"
 #include "simulator.h"
 #include "state.h"
 #include "text.h"
@@ -260,6 +261,20 @@ bool Contains(const std::vector<ObjectId>& ids, ObjectId id) {
     return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
+// What a resource state query answers: the state at the moment it is asked.
+DWORD ResourceState(Simulator& simulator, HRESOURCE value, LPWSTR nodeName, LPDWORD nodeLength, LPWSTR groupName,
+                    LPDWORD groupLength, CLUSTER_RESOURCE_STATE& state) {
+    Resource* resource = nullptr;
+    DWORD error = Resolve(simulator, value, resource);
+    if (error != ERROR_SUCCESS) return error;
+    if ((nodeName && !nodeLength) || (groupName && !groupLength)) return DWORD(ERROR_INVALID_PARAMETER);
+    if (nodeLength) KeepFirstError(error, CopyName(simulator.cluster.OwnerOf(*resource)->name, nodeName, nodeLength));
+    if (groupLength)
+        KeepFirstError(error, CopyName(simulator.cluster.FindGroup(resource->group)->name, groupName, groupLength));
+    if (error == ERROR_SUCCESS) state = CurrentState(*resource);
+    return error;
+}
+
 }  // namespace
 
 extern "C" {
@@ -423,16 +438,8 @@ CLUSTER_RESOURCE_STATE WINAPI GetClusterResourceState(HRESOURCE value, LPWSTR no
                                                       LPWSTR groupName, LPDWORD groupLength) {
     return RunStateEntryPoint<CLUSTER_RESOURCE_STATE>(
         EntryPoint::GetClusterResourceState, [&](Simulator& simulator, CLUSTER_RESOURCE_STATE& state) -> DWORD {
-            Resource* resource = nullptr;
-            DWORD error = Resolve(simulator, value, resource);
-            if (error != ERROR_SUCCESS) return error;
-            if ((nodeName && !nodeLength) || (groupName && !groupLength)) return DWORD(ERROR_INVALID_PARAMETER);
-            if (nodeLength)
-                KeepFirstError(error, CopyName(simulator.cluster.OwnerOf(*resource)->name, nodeName, nodeLength));
-            if (groupLength)
-                KeepFirstError(error,
-                               CopyName(simulator.cluster.FindGroup(resource->group)->name, groupName, groupLength));
-            if (error == ERROR_SUCCESS) state = CurrentState(*resource);
+            DWORD error = ResourceState(simulator, value, nodeName, nodeLength, groupName, groupLength, state);
+            SimClock_Advance(kStateQueryMs);  // whatever the answer, once it is made
             return error;
         });
 }

@@ -1,7 +1,9 @@
 // The simulator's control API (simcluster.h).
 
+#include <algorithm>
 #include <cstring>
 
+#include "addresses.h"
 #include "files.h"
 #include "scenario.h"
 #include "simcluster.h"
@@ -202,6 +204,7 @@ BOOL WINAPI SimCluster_ScriptTransition(const wchar_t* resource, int target, DWO
         Transition& transition = target == ClusterResourceOnline ? found->online : found->offline;
         transition.delayMs = delayMs;
         transition.finalState = static_cast<CLUSTER_RESOURCE_STATE>(finalState);
+        transition.scripted = true;
         return std::wstring();
     });
 }
@@ -211,6 +214,19 @@ BOOL WINAPI SimCluster_SetPendingTime(DWORD delayMs) {
         if (!simulator.cluster.present) return L"there is no cluster";
         simulator.cluster.pendingMs = delayMs;
         for (Resource& resource : simulator.cluster.resources) resource.online.delayMs = resource.offline.delayMs = delayMs;
+        return std::wstring();
+    });
+}
+
+BOOL WINAPI SimCluster_SetAddressInUse(const wchar_t* address, BOOL inUse) {
+    return Control([&](Simulator& simulator) -> std::wstring {
+        if (!simulator.cluster.present) return L"there is no cluster";
+        DWORD value = 0;
+        if (!ParseAddress(FromCaller(address), value)) return L"'" + FromCaller(address) + L"' is not an IPv4 address";
+        std::vector<std::wstring>& used = simulator.cluster.addressesInUse;
+        const std::wstring text = AddressText(value);
+        used.erase(std::remove(used.begin(), used.end(), text), used.end());
+        if (inUse) used.push_back(text);
         return std::wstring();
     });
 }

@@ -64,9 +64,13 @@ struct SharedVolume {
 // 0 completes within the call. Real resources commonly answer ERROR_IO_PENDING
 // from their online and offline entry points and pass through the pending
 // state, so a resource takes its cluster's pending time unless told otherwise.
+// Unless `scripted` (the scenario or SimCluster_ScriptTransition gave the
+// final state), an IP Address resource's way online ends as the network
+// decides (addresses.h).
 struct Transition {
     DWORD delayMs = 0;
     CLUSTER_RESOURCE_STATE finalState;
+    bool scripted = false;
 };
 
 // The time a resource spends pending when nothing else was said.
@@ -189,6 +193,7 @@ struct Cluster {
     std::vector<std::wstring> aliases;  // further names OpenCluster accepts (DNS name, address)
     CLUSTERVERSIONINFO version = {};
     DWORD pendingMs = kDefaultPendingMs;  // for resources that name no transition time of their own
+    std::vector<std::wstring> addressesInUse;  // IPv4 addresses held elsewhere on the network, "a.b.c.d"
     Quorum quorum;
     PropertyMap commonProperties;
     PropertyMap readOnlyCommonProperties;

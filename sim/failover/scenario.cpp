@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "addresses.h"
 #include "state.h"
 #include "text.h"
 
@@ -365,6 +366,12 @@ private:
         cluster_.aliases = fields.Strings("aliases");
         ReadVersion(fields.Get("version"));
         cluster_.pendingMs = fields.Dword("pendingMs", kDefaultPendingMs);
+        for (const std::wstring& text : fields.Strings("addressesInUse")) {
+            DWORD address = 0;
+            if (!ParseAddress(text, address))
+                Fail(fields.Where() + " has an 'addressesInUse' item " + Quote(text) + " that is not an IPv4 address");
+            cluster_.addressesInUse.push_back(AddressText(address));
+        }
         if (const Json* quorum = fields.Get("quorum")) {
             Fields quorumFields(*quorum, "the quorum of " + fields.Where());
             cluster_.quorum.resource = quorumFields.RequiredString("resource");
@@ -623,8 +630,10 @@ private:
             if (!value) continue;
             Fields transition(*value, std::string("the ") + kind.key + " transition of " + where);
             kind.transition.delayMs = transition.Dword("delayMs", kind.transition.delayMs);
-            if (const Json* result = transition.Get("result"))
+            if (const Json* result = transition.Get("result")) {
                 kind.transition.finalState = ReadNamed(*result, kResourceStates, "the result of " + transition.Where());
+                kind.transition.scripted = true;
+            }
             if (kind.transition.finalState != kind.target && kind.transition.finalState != ClusterResourceFailed)
                 Fail("the result of " + transition.Where() + " is neither its target nor failed");
             transition.Done();
@@ -728,7 +737,7 @@ Json WriteResource(Cluster& cluster, Resource& resource) {
     for (const Transition* transition : {&resource.online, &resource.offline}) {
         Json item;
         item["delayMs"] = transition->delayMs;
-        item["result"] = WriteNamed(transition->finalState, kResourceStates);
+        if (transition->scripted) item["result"] = WriteNamed(transition->finalState, kResourceStates);
         json["transitions"][transition == &resource.online ? "online" : "offline"] = item;
     }
     return json;
@@ -767,6 +776,8 @@ std::string WriteScenario(Cluster& cluster) {
                        {"lowest", version.dwClusterLowestVersion},
                        {"flags", version.dwFlags}};
     info["pendingMs"] = cluster.pendingMs;
+    info["addressesInUse"] = Json::array();
+    for (const std::wstring& address : cluster.addressesInUse) info["addressesInUse"].push_back(Narrow(address));
     if (!cluster.quorum.resource.empty())
         info["quorum"] = {{"resource", Narrow(cluster.quorum.resource)},
                           {"path", Narrow(cluster.quorum.path)},

@@ -10,7 +10,7 @@
 //   {
 //     "cluster": {"name": "ORVCLUS01", "installed": true, "aliases": [...],
 //                 "version": {"major": 6, "minor": 1, "build": 7601, "vendor": "...", "csdVersion": "..."},
-//                 "pendingMs": 500,
+//                 "pendingMs": 500, "addressesInUse": ["10.20.30.77"],
 //                 "quorum": {"resource": "Cluster Disk Q", "path": "Q:\\MSCS\\", "maxLogSize": 4194304},
 //                 "commonProperties": {...}, "readOnlyCommonProperties": {"SharedVolumesRoot": "C:\\ClusterStorage"}},
 //     "nodes": [{"name": "%COMPUTERNAME%", "state": "up", "local": true}, {"name": "NODE2"}, ...],
@@ -32,7 +32,10 @@
 // and the IP address types report the network class. "pendingMs" (500 when
 // absent) is how long each resource stays pending on its way online or
 // offline unless its own "transitions" say otherwise; 0 completes every
-// transition within the call.
+// transition within the call. "addressesInUse" lists IPv4 addresses that
+// hosts elsewhere on the network hold: an IP Address resource of the cluster
+// asked to bring one of them up fails (simcluster.h, "IP addresses"). A
+// transition's "result" fixes how it ends, whatever the network says.
 //
 // "%COMPUTERNAME%" stands for this computer's name (as GetComputerNameW
 // gives it) wherever a scenario names a node: in a node's "name", a group's

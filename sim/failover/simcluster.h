@@ -26,6 +26,27 @@
 //   "transitions" or SimCluster_ScriptTransition say otherwise. A time of 0
 //   completes within the call (SimCluster_SetPendingTime(0) for the whole
 //   cluster). No thread runs in the background.
+//   A GetClusterResourceState call is a round trip to the cluster service:
+//   it answers the state at the moment it is asked, then advances the
+//   virtual clock by 1 ms (without the real pause of SimClock_Sleep), so
+//   that a program polling without pause still sees a pending resource
+//   arrive. Every call takes that time, whatever it answers, except one
+//   failed by SimCluster_InjectFailure, which does nothing. The other entry
+//   points take no virtual time.
+//
+// IP addresses
+//   An IP Address resource asked to go online goes pending for its
+//   transition time like any other, then ends Online, or Failed when the
+//   network does not let it bring its address up: its private "Address" is
+//   no IPv4 address; or another IP Address resource of the cluster that is
+//   online, or on its way online, holds it; or it is among the addresses in
+//   use elsewhere on the network (the scenario's "addressesInUse",
+//   SimCluster_SetAddressInUse); or its "Network" names no network of the
+//   cluster; or the address lies outside that network's subnet (the
+//   network's address and mask), unless its "OverrideAddressMatch" is 1.
+//   The outcome is decided when the request is made, for the resources of
+//   the scenario and those created later alike. A final state that the
+//   resource's "transitions" or SimCluster_ScriptTransition give wins.
 //
 // Handles
 //   Every handle belongs to the cluster handle it was obtained from. Once
@@ -138,6 +159,11 @@ SIMCLUSTER_API BOOL WINAPI SimCluster_ScriptTransition(const wchar_t* resource, 
 // on its way online and offline (final states unchanged). 0 brings back
 // transitions that complete within the call. FALSE without a cluster.
 SIMCLUSTER_API BOOL WINAPI SimCluster_SetPendingTime(DWORD delayMs);
+
+// Marks an IPv4 address ("10.20.30.77") as held by a host elsewhere on the
+// network, or with `inUse` FALSE no longer. FALSE without a cluster or for a
+// text that is not an IPv4 address.
+SIMCLUSTER_API BOOL WINAPI SimCluster_SetAddressInUse(const wchar_t* address, BOOL inUse);
 
 // ---- Faults and counters ----
 

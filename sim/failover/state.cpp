@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "addresses.h"
 #include "simclock.h"
 
 namespace simcluster {
@@ -42,6 +43,8 @@ Outcome ScheduleOnline(Cluster& cluster, Resource& resource, ULONGLONG now) {
     if (state == ClusterResourceOnlinePending) return PendingOutcome(resource, ClusterResourceOnline);
     ULONGLONG start = now;
     CLUSTER_RESOURCE_STATE result = resource.online.finalState;
+    if (!resource.online.scripted && IsIpAddressResource(resource) && !AddressComesUp(cluster, resource))
+        result = ClusterResourceFailed;
     for (ObjectId id : resource.dependencies) {
         Resource* dependency = cluster.FindResource(id);
         if (!dependency) continue;

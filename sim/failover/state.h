@@ -10,6 +10,10 @@ namespace simcluster {
 
 ULONGLONG Now();
 
+// The virtual time a resource state query takes: a round trip to the
+// cluster service, so that a program polling without pause sees time pass.
+constexpr DWORD kStateQueryMs = 1;
+
 bool IsPending(CLUSTER_RESOURCE_STATE state);
 
 CLUSTER_RESOURCE_STATE CurrentState(Resource& resource);
@@ -19,7 +23,8 @@ CLUSTER_GROUP_STATE CurrentState(Cluster& cluster, Group& group);
 void ForceState(Resource& resource, CLUSTER_RESOURCE_STATE state);
 
 // OnlineClusterResource: brings the resource's dependencies online first,
-// then the resource. ERROR_SUCCESS when everything was online within the
+// then the resource. Whether an IP Address resource will end online or
+// failed is decided when it is asked (AddressComesUp). ERROR_SUCCESS when everything was online within the
 // call, ERROR_IO_PENDING while a transition runs (the common case),
 // ERROR_INVALID_STATE when the resource itself is already pending, else the
 // failure.

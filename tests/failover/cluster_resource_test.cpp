@@ -37,9 +37,9 @@ TEST_F(Resources, OnlineWaitsInVirtualTimeUntilTheResourceArrives) {
                                             ClusterResourceOnline));
     const ULONGLONG start = SimClock_GetTickCount64();
     EXPECT_TRUE(resource.BringOnline(30000));
-    const ULONGLONG waited = SimClock_GetTickCount64() - start;
-    EXPECT_GE(waited, 4500u);
-    EXPECT_LE(waited, 5000u);  // polled once a second
+    // Polled once a second: five pauses, and six state queries of 1 ms each,
+    // the last of which sees the resource online.
+    EXPECT_EQ(5u * 1000 + 6, SimClock_GetTickCount64() - start);
     EXPECT_EQ(ClusterResourceOnline, SimCluster_GetResourceState(L"Orvane Job Engine"));
 }
 
@@ -51,7 +51,7 @@ TEST_F(Resources, FailedResourceEndsTheWaitAtOnce) {
     SetLastError(0);
     EXPECT_FALSE(resource.TakeOffline(600000));
     EXPECT_EQ(static_cast<DWORD>(ERROR_IO_PENDING), GetLastError());
-    EXPECT_LE(SimClock_GetTickCount64() - start, 3000u);
+    EXPECT_EQ(2u * 1000 + 3, SimClock_GetTickCount64() - start);  // the third query of 1 ms sees it failed
 }
 
 TEST_F(Resources, ZeroTimeoutFailsUnlessAlreadyThere) {
@@ -63,7 +63,7 @@ TEST_F(Resources, ZeroTimeoutFailsUnlessAlreadyThere) {
     SetLastError(0);
     EXPECT_FALSE(resource.BringOnline(0));
     EXPECT_EQ(static_cast<DWORD>(ERROR_IO_PENDING), GetLastError());
-    EXPECT_EQ(start, SimClock_GetTickCount64());  // no wait at all
+    EXPECT_EQ(start + 1, SimClock_GetTickCount64());  // no pause, one state query of 1 ms
 
     // A timeout that ends between two polls is waited out to the millisecond.
     ClusterResource again(Open(L"Orvane Discovery Service"), L"Orvane Discovery Service");
@@ -71,7 +71,8 @@ TEST_F(Resources, ZeroTimeoutFailsUnlessAlreadyThere) {
                                             ClusterResourceOffline));
     SimClock_Sleep(1000);  // let the online transition finish first
     EXPECT_FALSE(again.TakeOffline(2500));
-    EXPECT_EQ(start + 1000 + 2500, SimClock_GetTickCount64());
+    // Pauses of 1000, 1000 and 500 ms between four state queries of 1 ms.
+    EXPECT_EQ(start + 1 + 1000 + 2500 + 4, SimClock_GetTickCount64());
 }
 
 TEST_F(Resources, PlatformRefusalIsTheLastError) {

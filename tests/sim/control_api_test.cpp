@@ -8,16 +8,6 @@
 namespace simtest {
 namespace {
 
-std::string SavedScenario() {
-    DWORD size = 0;
-    EXPECT_FALSE(SimCluster_SaveScenarioText(nullptr, &size));
-    EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
-    std::string text(size, '\0');
-    EXPECT_TRUE(SimCluster_SaveScenarioText(&text[0], &size));
-    text.resize(size - 1);
-    return text;
-}
-
 using ControlApi = SimulatorTest;
 
 TEST_F(ControlApi, EachBundledScenarioSavesToTextThatLoadsBackToTheSameCluster) {
@@ -68,6 +58,8 @@ TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheCluste
          "scenario: the quorum names unknown resource 'Q'"},
         {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G", "owner": "M"}]})",
          "scenario: group 'G' names unknown node 'M'"},
+        {R"({"cluster": {"name": "C", "addressesInUse": ["10.20.30.256"]}, "nodes": [{"name": "N"}]})",
+         "scenario: cluster 'C' has an 'addressesInUse' item '10.20.30.256' that is not an IPv4 address"},
     };
     for (const Case& bad : cases) {
         EXPECT_FALSE(SimCluster_LoadScenarioText(bad.json)) << bad.problem;
@@ -79,6 +71,34 @@ TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheCluste
     EXPECT_STREQ(L"ORVCLUS01", name);
     EXPECT_TRUE(SimCluster_LoadScenarioText(R"({"cluster": {"name": "SMALL"}, "nodes": [{"name": "N1"}]})"));
     EXPECT_STREQ(L"", SimCluster_LastError());
+}
+
+TEST_F(ControlApi, PercentComputerNameIsThisComputerWhereverAScenarioNamesANode) {
+    LoadText(R"({"cluster": {"name": "C"}, "nodes": [{"name": "%COMPUTERNAME%", "local": true}, {"name": "B"}],
+        "groups": [{"name": "G", "owner": "%computername%", "preferredOwners": ["B", "%COMPUTERNAME%"]}],
+        "resources": [{"name": "R", "type": "Generic Service", "group": "G", "possibleOwners": ["%COMPUTERNAME%"]}]})");
+    const std::wstring self = ThisComputer();
+    ASSERT_FALSE(self.empty());
+    EXPECT_EQ((std::vector<std::wstring>{self, L"B"}), ClusterNames(CLUSTER_ENUM_NODE));
+    EXPECT_TRUE(Owned<HCLUSTER>(Sim().OpenCluster(self.c_str())));
+    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
+    DWORD length = ARRAYSIZE(name), type = 0;
+    Owned<HGROUP> group = Group(L"G");
+    EXPECT_EQ(ClusterGroupOffline, Sim().GetClusterGroupState(group.get(), name, &length));
+    EXPECT_EQ(self, name);
+    Owned<HGROUPENUM> preferred(Sim().ClusterGroupOpenEnum(group.get(), CLUSTER_GROUP_ENUM_NODES));
+    length = ARRAYSIZE(name);
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().ClusterGroupEnum(preferred.get(), 1, &type, name, &length));
+    EXPECT_EQ(self, name);
+    Owned<HRESOURCE> resource = Resource(L"R");
+    Owned<HRESENUM> possible(Sim().ClusterResourceOpenEnum(resource.get(), CLUSTER_RESOURCE_ENUM_NODES));
+    length = ARRAYSIZE(name);
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().ClusterResourceEnum(possible.get(), 0, &type, name, &length));
+    EXPECT_EQ(self, name);
+    EXPECT_EQ(DWORD(ERROR_NO_MORE_ITEMS), Sim().ClusterResourceEnum(possible.get(), 1, &type, name, &length));
+    // A saved scenario names the computer itself.
+    EXPECT_EQ(std::string::npos, SavedScenario().find("%COMPUTERNAME%"));
+    EXPECT_NE(std::string::npos, SavedScenario().find("\"name\": \"" + Utf8(self) + "\""));
 }
 
 TEST_F(ControlApi, WithoutScenarioThereIsNoCluster) {

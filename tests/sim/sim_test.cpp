@@ -78,6 +78,16 @@ std::vector<ValueEntry> ValueEntries(const BYTE* list, size_t size) {
     return entries;
 }
 
+std::string SavedScenario() {
+    DWORD size = 0;
+    EXPECT_FALSE(SimCluster_SaveScenarioText(nullptr, &size));
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
+    std::string text(size, '\0');
+    EXPECT_TRUE(SimCluster_SaveScenarioText(&text[0], &size));
+    text.resize(size - 1);
+    return text;
+}
+
 void SimulatorTest::SetUp() { Load(ExampleScenario()); }
 
 void SimulatorTest::Load(const std::wstring& scenario) {

@@ -54,6 +54,10 @@ using orvtest::ThisComputer;
 // The bundled cluster of version 5.2.
 inline std::wstring ExampleScenario52() { return orvtest::ExamplePath("scenarios/two-node-failover-2003.json"); }
 
+// The current cluster as SimCluster_SaveScenarioText gives it, asked for
+// first with no buffer.
+std::string SavedScenario();
+
 // A property list written out by hand, entry by entry.
 class ListBuilder {
 public:

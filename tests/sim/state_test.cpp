@@ -1,5 +1,7 @@
 // Resource, group and node states, and transitions in virtual time.
 
+#include <functional>
+
 #include "sim_test.h"
 
 namespace simtest {
@@ -9,6 +11,12 @@ class States : public SimulatorTest {
 protected:
     void SetOffline(std::initializer_list<const wchar_t*> names) {
         for (const wchar_t* name : names) ASSERT_TRUE(SimCluster_SetResourceState(name, ClusterResourceOffline));
+    }
+    // Sleeps until `ms` after `start`, which must not have passed yet.
+    void SleepUntil(ULONGLONG start, DWORD ms) {
+        const ULONGLONG now = SimClock_GetTickCount64();
+        ASSERT_LE(now, start + ms);
+        SimClock_Sleep(static_cast<DWORD>(start + ms - now));
     }
     // Online then offline again: pending for `delay` each way, or done within the call.
     void ExpectRoundTrip(const wchar_t* name, DWORD delay) {
@@ -20,8 +28,7 @@ protected:
             } else {
                 EXPECT_EQ(DWORD(ERROR_IO_PENDING), answer);
                 SimClock_Sleep(delay - 1);
-                EXPECT_NE(target, StateOf(name));
-                SimClock_Sleep(1);
+                EXPECT_NE(target, StateOf(name));  // the query takes the last millisecond
             }
             EXPECT_EQ(target, StateOf(name));
         }
@@ -103,15 +110,15 @@ TEST_F(States, OnlineWaitsForTheResourcesDependedOnAndOfflineForTheirDependents)
                 L"Orvane IP Address"});
     SimCluster_ScriptTransition(L"Orvane IP Address", ClusterResourceOnline, 1000, ClusterResourceOnline);
     SimCluster_ScriptTransition(L"Orvane Server Name", ClusterResourceOnline, 2000, ClusterResourceOnline);
+    const ULONGLONG start = SimClock_GetTickCount64();
     EXPECT_EQ(DWORD(ERROR_IO_PENDING), Online(L"Orvane Job Engine"));
     EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane IP Address"));
-    SimClock_Sleep(1000);
+    SleepUntil(start, 1000);
     EXPECT_EQ(ClusterResourceOnline, StateOf(L"Orvane IP Address"));
     EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Server Name"));
-    SimClock_Sleep(2000 + 499);  // then the job engine's own 500 ms
+    SleepUntil(start, 1000 + 2000 + 499);  // then the job engine's own 500 ms
     EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Job Engine"));
-    SimClock_Sleep(1);
-    EXPECT_EQ(ClusterResourceOnline, StateOf(L"Orvane Job Engine"));
+    EXPECT_EQ(ClusterResourceOnline, StateOf(L"Orvane Job Engine"));  // 1 ms later, after the query
     EXPECT_EQ(ClusterResourceOffline, StateOf(L"Orvane Tape Engine"));  // not asked for
 
     SimCluster_ScriptTransition(L"Orvane Job Engine", ClusterResourceOffline, 1000, ClusterResourceOffline);
@@ -125,6 +132,53 @@ TEST_F(States, OnlineWaitsForTheResourcesDependedOnAndOfflineForTheirDependents)
     SimClock_Sleep(500);
     EXPECT_EQ(ClusterResourceOffline, StateOf(L"Orvane Server Name"));
     EXPECT_EQ(ClusterResourceOnline, StateOf(L"Orvane IP Address"));
+}
+
+TEST_F(States, EachStateQueryTakesAMillisecondSoThatAPollWithoutPauseSeesTheResourceArrive) {
+    SetOffline({L"Orvane Discovery Service"});
+    Owned<HRESOURCE> resource = Resource(L"Orvane Discovery Service");
+    const ULONGLONG start = SimClock_GetTickCount64();
+    ASSERT_EQ(DWORD(ERROR_IO_PENDING), Sim().OnlineClusterResource(resource.get()));
+    CLUSTER_RESOURCE_STATE state = ClusterResourceStateUnknown;
+    DWORD queries = 0;
+    do {
+        state = Sim().GetClusterResourceState(resource.get(), nullptr, nullptr, nullptr, nullptr);
+    } while (++queries < 1000 && state == ClusterResourceOnlinePending);
+    EXPECT_EQ(ClusterResourceOnline, state);
+    EXPECT_EQ(501u, queries);  // asked at 0, 1, ... 500 ms
+    EXPECT_EQ(start + 501, SimClock_GetTickCount64());
+
+    // Every answer takes the time but one that an injected failure gives.
+    wchar_t node[2];
+    DWORD length = 2;
+    struct Query {
+        const char* what;
+        std::function<CLUSTER_RESOURCE_STATE()> call;
+        DWORD error;
+        ULONGLONG cost;
+    } cases[] = {
+        {"buffer too small",
+         [&] { return Sim().GetClusterResourceState(resource.get(), node, &length, nullptr, nullptr); },
+         ERROR_MORE_DATA, 1},
+        {"name without length",
+         [&] { return Sim().GetClusterResourceState(resource.get(), node, nullptr, nullptr, nullptr); },
+         ERROR_INVALID_PARAMETER, 1},
+        {"null handle", [&] { return Sim().GetClusterResourceState(nullptr, nullptr, nullptr, nullptr, nullptr); },
+         ERROR_INVALID_HANDLE, 1},
+        {"injected failure",
+         [&] {
+             SimCluster_InjectFailure(L"GetClusterResourceState", 1, 1, ERROR_GEN_FAILURE);
+             return Sim().GetClusterResourceState(resource.get(), nullptr, nullptr, nullptr, nullptr);
+         },
+         ERROR_GEN_FAILURE, 0},
+    };
+    for (const Query& query : cases) {
+        const ULONGLONG before = SimClock_GetTickCount64();
+        SetLastError(0xDEADBEEF);
+        EXPECT_EQ(ClusterResourceStateUnknown, query.call()) << query.what;
+        EXPECT_EQ(query.error, GetLastError()) << query.what;
+        EXPECT_EQ(before + query.cost, SimClock_GetTickCount64()) << query.what;
+    }
 }
 
 TEST_F(States, StateQueriesFillOwnerAndGroupNamesByTheDocumentedBufferRules) {
