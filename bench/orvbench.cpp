@@ -536,23 +536,48 @@ constexpr int kInventorySamples = 2;
 constexpr int kInventoryNodes = 4;
 constexpr int kInventoryGroups = 8;
 
-// A generated cluster: four nodes, eight groups taking ten resources at a
-// time in turn, every tenth resource a network name and the others services,
-// addresses and disks.
+// A generated cluster: four nodes, one client network, eight groups taking
+// ten resources at a time in turn, every tenth resource a network name and
+// the others, in turn, generic services, IP addresses and disks (three in ten
+// of all are services), each with the private properties of its kind.
 struct Inventory {
     long size = 0;
     std::string scenario;                    // UTF-8 JSON for SimCluster_LoadScenarioText
-    std::vector<std::wstring> networkNames;  // sorted
+    std::vector<std::wstring> networkNames;  // resource names, sorted
+    std::vector<std::wstring> serviceNames;  // "ServiceName" of every generic service
 };
+
+// The private "Name" that network name resource `index` publishes. No
+// generated resource publishes kUnknownNetworkName.
+std::string PublishedName(long index) { return "ORVVS" + std::to_string(index); }
+// The "ServiceName" of generic service resource `index`.
+std::string ServiceName(long index) { return "OrvScaleSvc" + std::to_string(index); }
+const wchar_t* const kUnknownNetworkName = L"ORVVSNOWHERE";
 
 Inventory MakeInventory(long size) {
     struct Kind {
         const char* type;
         const char* prefix;
+        std::string (*privateProperties)(long index);  // a JSON object
     };
-    static const Kind kNetworkName = {"Network Name", "Name"};
+    static const Kind kNetworkName = {"Network Name", "Name", [](long index) {
+        return "{\"Name\": \"" + PublishedName(index) + "\", \"DnsName\": \"orvvs" + std::to_string(index) +
+               ".scale.example.com\"}";
+    }};
     static const Kind kOthers[] = {
-        {"Generic Service", "Service"}, {"IP Address", "Address"}, {"Physical Disk", "Disk"}};
+        {"Generic Service", "Service",
+         [](long index) {
+             return "{\"ServiceName\": \"" + ServiceName(index) +
+                    "\", \"StartupParameters\": \"\", \"UseNetworkName\": 0}";
+         }},
+        {"IP Address", "Address",
+         [](long index) {
+             return "{\"Address\": \"10.1." + std::to_string(index / 256 % 256) + "." +
+                    std::to_string(index % 256) +
+                    "\", \"SubnetMask\": \"255.255.0.0\", \"Network\": \"Public\", \"EnableNetBios\": 1}";
+         }},
+        {"Physical Disk", "Disk",
+         [](long index) { return "{\"Signature\": " + std::to_string(0x51000000L + index) + "}"; }}};
 
     Inventory inventory;
     inventory.size = size;
@@ -562,7 +587,8 @@ Inventory MakeInventory(long size) {
         json += node > 1 ? ", " : "";
         json += "{\"name\": \"NODE" + std::to_string(node) + "\"" + (node == 1 ? ", \"local\": true}" : "}");
     }
-    json += "],\n\"groups\": [";
+    json += "],\n\"networks\": [{\"name\": \"Public\", \"role\": 3, \"address\": \"10.1.0.0\", "
+            "\"mask\": \"255.255.0.0\"}],\n\"groups\": [";
     for (int group = 1; group <= kInventoryGroups; ++group) {
         json += group > 1 ? ",\n" : "\n";
         json += "{\"name\": \"Role " + std::to_string(group) + "\", \"owner\": \"NODE" +
@@ -573,9 +599,14 @@ Inventory MakeInventory(long size) {
         const Kind& kind = index % 10 == 0 ? kNetworkName : kOthers[index % 3];
         const std::string name = std::string(kind.prefix) + " " + std::to_string(index);
         if (&kind == &kNetworkName) inventory.networkNames.emplace_back(name.begin(), name.end());
+        if (&kind == &kOthers[0]) {
+            const std::string service = ServiceName(index);
+            inventory.serviceNames.emplace_back(service.begin(), service.end());
+        }
         json += index > 0 ? ",\n" : "\n";
         json += "{\"name\": \"" + name + "\", \"type\": \"" + kind.type + "\", \"group\": \"Role " +
-                std::to_string(index / 10 % kInventoryGroups + 1) + "\", \"state\": \"online\"}";
+                std::to_string(index / 10 % kInventoryGroups + 1) + "\", \"state\": \"online\", \"private\": " +
+                kind.privateProperties(index) + "}";
     }
     json += "]}\n";
     std::sort(inventory.networkNames.begin(), inventory.networkNames.end());
@@ -591,10 +622,27 @@ bool AreNetworkNames(std::vector<std::wstring> names, const Inventory& inventory
 struct InventoryFigure {
     const char* name;
     double goal;  // the highest acceptable ratio of the large cluster's cost per resource to the small one's
+    // Runs once, on the first cluster loaded, before the figure's first call;
+    // answers why the figure cannot be taken, or null. May be null.
+    const char* (*prepare)(const Inventory (&inventories)[2]);
     // Lists the loaded cluster once, timing the backend's call alone into
     // `seconds`; answers why the list is not the one expected, or null.
     const char* (*take)(MSCSCluster& cluster, const Inventory& inventory, double& seconds);
 };
+
+// How often the simulator was asked to open a resource and to answer a
+// resource control, since the counters were last reset.
+struct ResourceCalls {
+    DWORD opens = SimCluster_CallCount(L"OpenClusterResource");
+    DWORD controls = SimCluster_CallCount(L"ClusterResourceControl");
+};
+
+// Whether the calls made since `before` opened at least `opens` resources and
+// asked at least `controls` resource controls.
+bool CalledAtLeast(const ResourceCalls& before, size_t opens, size_t controls) {
+    const ResourceCalls after;
+    return after.opens - before.opens >= opens && after.controls - before.controls >= controls;
+}
 
 const char* NamesOfType(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
     std::list<std::wstring> names;
@@ -626,9 +674,79 @@ const char* NetworkNameResources(MSCSCluster& cluster, const Inventory& inventor
     return nullptr;
 }
 
+// The service whose generic service resource tells that the product is
+// clustered: the second service resource of the product's definition.
+std::wstring markerService;
+
+// The product's definition is loaded once per process, from the bundled one,
+// and asks for an open cluster on this computer.
+const char* PrepareClusteredOrv(const Inventory (&inventories)[2]) {
+    if (!Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr, orvtest::ExamplePath().c_str()))
+        return "the bundled product definition did not load";
+    const CLUSTERRESOURCE* table = Cluster::CWIZ_GetResourceList();
+    if (!table) return "the product definition has no service resource table";
+    // Records 0 and 1 are the address and the network name; 2 and 3 the
+    // first two services.
+    for (int record = 0; record <= 3; ++record)
+        if (!table[record].resourceName[0]) return "the product definition has fewer than two service resources";
+    if (_wcsicmp(table[3].resourceType, L"Generic Service") != 0)
+        return "the product's second service resource is not a generic service";
+    markerService = table[3].serviceName;
+    if (markerService.empty()) return "the product's second service resource names no service";
+    // Without a generic service the call would have nothing to read; with the
+    // marker service it could answer before the end of the list.
+    for (const Inventory& inventory : inventories) {
+        if (inventory.serviceNames.size() * 5 < static_cast<size_t>(inventory.size))
+            return "fewer than one in five generated resources is a generic service";
+        for (const std::wstring& service : inventory.serviceNames)
+            if (_wcsicmp(service.c_str(), markerService.c_str()) == 0)
+                return "a generated generic service runs the product's marker service";
+    }
+    return nullptr;
+}
+
+const char* ClusteredOrv(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+    const wcstring unused;  // the call does not read its argument
+    const ResourceCalls before;
+    const double start = Now();
+    const unsigned clustered = cluster.IsClusteredOrv(unused);
+    seconds = Now() - start;
+    if (clustered != 0) return "IsClusteredOrv answered 1 on a cluster where no resource runs the marker service";
+    // Every resource opened and asked its type, every service's properties read.
+    const size_t resources = static_cast<size_t>(inventory.size);
+    if (!CalledAtLeast(before, resources, resources + inventory.serviceNames.size()))
+        return "IsClusteredOrv answered without opening every resource and reading every service name";
+    return nullptr;
+}
+
+const char* UnknownNetworkName(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+    static const std::wstring name = kUnknownNetworkName;
+    std::wstring node = L"NODE1";  // a node's name, which the call must replace
+    const ResourceCalls before;
+    const double start = Now();
+    const bool found = cluster.NetworkNameToNodeName(name, node);
+    seconds = Now() - start;
+    if (found) return "NetworkNameToNodeName found a node for a name that no resource carries";
+    if (node != name) return "NetworkNameToNodeName did not give back the name it was asked for as the node";
+    // Every resource opened and asked its type for the list, then every
+    // network name opened again and its properties read.
+    const size_t resources = static_cast<size_t>(inventory.size);
+    const size_t names = inventory.networkNames.size();
+    if (!CalledAtLeast(before, resources + names, resources + names))
+        return "NetworkNameToNodeName answered without opening every resource and reading every network name";
+    return nullptr;
+}
+
 const InventoryFigure kInventoryFigures[] = {
-    {"network names by type (GetResources \"Network Name\")", 1.2, NamesOfType},
-    {"network name resources (GetNetworkNameResources)", 1.2, NetworkNameResources},
+    {"network names by type (GetResources \"Network Name\")", 1.2, nullptr, NamesOfType},
+    {"network name resources (GetNetworkNameResources)", 1.2, nullptr, NetworkNameResources},
+    // Every resource opened and asked its type, every generic service's
+    // "ServiceName" read; none runs the marker service, so the call reads
+    // them all and answers 0.
+    {"product clustered (IsClusteredOrv)", 1.2, PrepareClusteredOrv, ClusteredOrv},
+    // The network names listed by type, then every one's private "Name"
+    // read; none carries the name asked for.
+    {"unknown network name to node (NetworkNameToNodeName)", 1.2, nullptr, UnknownNetworkName},
 };
 constexpr size_t kInventoryFigureCount = sizeof kInventoryFigures / sizeof kInventoryFigures[0];
 
@@ -676,6 +794,11 @@ void RunInventoryFigures() {
             boost::shared_ptr<MSCSCluster> cluster;
             setup = OpenInventory(inventory, cluster);
             if (!setup.empty()) break;
+            if (round == 0 && turn == 0)
+                for (size_t figure = 0; figure < kInventoryFigureCount; ++figure)
+                    if (kInventoryFigures[figure].prepare)
+                        if (const char* problem = kInventoryFigures[figure].prepare(inventories))
+                            problems[figure] = problem;
             // The first call on a freshly loaded cluster finds its memory
             // cold; it only checks the list.
             double seconds = 0;
