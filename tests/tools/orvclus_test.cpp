@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <regex>
 #include <sstream>
@@ -115,15 +116,19 @@ bool StartsWith(const std::string& text, const std::string& prefix) {
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 // Runs orvclus and expects a failure as every command gives it: the exit
-// code, one "orvclus: " line on stderr that mentions `mentions`, and with
-// --json one object on stdout carrying the same sentence and the exit code.
-// Answers the run.
+// code, one "orvclus: " line on stderr that mentions `mentions` (after one
+// progress line that mentions `progress`, when given), and with --json one
+// object on stdout carrying the same sentence and the exit code. Answers the run.
 Outcome ExpectFailure(const std::wstring& arguments, DWORD exitCode, const std::string& mentions,
-                      const std::wstring& scenario = std::wstring()) {
+                      const std::wstring& scenario = std::wstring(), const char* progress = nullptr) {
     SCOPED_TRACE(Utf8(arguments));
     const Outcome run = RunOrvclus(arguments, scenario);
     EXPECT_EQ(exitCode, run.exitCode) << run.err;
-    const std::vector<std::string> lines = Lines(run.err);
+    std::vector<std::string> lines = Lines(run.err);
+    if (progress) {
+        EXPECT_TRUE(!lines.empty() && StartsWith(lines[0], "orvclus: ") && Has(lines[0], progress)) << run.err;
+        if (!lines.empty()) lines.erase(lines.begin());
+    }
     if (lines.size() != 1 || !StartsWith(lines[0], "orvclus: ") || !Has(lines[0], mentions)) {
         ADD_FAILURE() << "not one line that mentions " << mentions << ": " << run.err;
         return run;
@@ -180,7 +185,8 @@ TEST(OrvclusStatus, WithoutClusterInTextAndJson) {
         {"machine", nullptr}, {"cluster_type", 0}, {"cluster_type_name", "not clustered"},
         {"cluster_open", false}, {"cluster_name", ""}, {"nodes", nullptr}, {"cluster_key_present", false},
         {"cluster_service", nullptr}, {"computer_name", Utf8(OrvGetComputerName())}, {"computer_is_node", nullptr},
-        {"virtual_server_name", Utf8(*Cluster::GetOrvVirtualServerName())}, {"product_clustered", false},
+        {"virtual_server_name", Utf8(*Cluster::GetOrvVirtualServerName())}, {"active_node", nullptr},
+        {"product_clustered", false},
     };
     EXPECT_EQ(expected, status) << json.out;
 }
@@ -248,6 +254,19 @@ TEST(OrvclusUsage, BadCommandLinesGiveExitCode2AndOneLine) {
         {L"backup-db", "PATH"},
         {L"backup-db A B", "'B'"},
         {L"resources --type", "'--type'"},
+        {L"whois", "NAME-OR-ADDRESS"},
+        {L"whois \\\\", "no network name or IP address"},
+        {L"sql A B", "'B'"},
+        {L"online sql", "what to bring online (sql or service) and its NAME"},
+        {L"online exchange X", "Exchange can only be taken offline"},
+        {L"offline disk X", "takes sql, service or exchange, not 'disk'"},
+        {L"online sql X --timeout", "'--timeout' needs a value"},
+        {L"online sql X --timeout 2s", "milliseconds from 1 to 86400000 (a day), not '2s'"},
+        {L"offline sql X --timeout=0", "not '0'"},
+        {L"offline sql X --timeout 86400001", "not '86400001'"},
+        {L"check-address 10.0.0.1 255.0.0.0", "(ADDRESS MASK NETWORK)"},
+        {L"check-address 10.0.0.256 255.0.0.0 Public", "'10.0.0.256' is no IPv4 address"},
+        {L"check-address 10.0.0.1 255.0 Public", "'255.0' is no subnet mask"},
         // What the trace viewer tells its traced run is no option.
         {L"status --traced-run", "'--traced-run'"},
         // Refused before the traced run starts, so said once.
@@ -276,6 +295,10 @@ TEST(OrvclusUsage, HelpAndVersionInTextAndJson) {
     const Outcome one = RunOrvclus(L"--json help BACKUP-DB");
     ASSERT_NO_THROW(usage = nlohmann::json::parse(one.out)) << one.out;
     EXPECT_EQ("orvclus backup-db PATH [--machine NAME] [--json] [--trace]", usage["usage"]);
+    const Outcome online = RunOrvclus(L"help online");
+    EXPECT_TRUE(Has(online.out, "Usage: orvclus online sql|service NAME [--machine NAME] [--timeout MS]") &&
+                Has(online.out, "(default 60000)"))
+        << online.out;
 
     const Outcome version = RunOrvclus(L"--version");
     EXPECT_EQ(0u, version.exitCode);
@@ -285,11 +308,22 @@ TEST(OrvclusUsage, HelpAndVersionInTextAndJson) {
 
 // ---- On the example clusters ----
 
+// The bundled cluster, whose first node is this computer; the cluster of
+// version 5.2, whose nodes are NODE1 and NODE2.
 const std::wstring kScenario = orvtest::ExampleScenario();
+const std::wstring kOlderScenario = orvtest::ExamplePath("scenarios/two-node-failover-2003.json");
 
-// Runs orvclus with the example cluster and answers its JSON.
-nlohmann::json JsonOnExampleCluster(const std::wstring& arguments) {
-    const Outcome run = RunOrvclus(arguments + L" --json", kScenario);
+// The expectation with "%ME%" replaced by this computer's name.
+std::string Me(std::string text) {
+    const std::string me = Utf8(orvtest::ThisComputer());
+    for (size_t at = text.find("%ME%"); at != std::string::npos; at = text.find("%ME%", at + me.size()))
+        text.replace(at, 4, me);
+    return text;
+}
+
+// Runs orvclus with a scenario and answers its JSON.
+nlohmann::json JsonOnExampleCluster(const std::wstring& arguments, const std::wstring& scenario = kScenario) {
+    const Outcome run = RunOrvclus(arguments + L" --json", scenario);
     EXPECT_EQ(0u, run.exitCode) << run.err;
     EXPECT_EQ("", run.err);
     nlohmann::json parsed;
@@ -297,52 +331,53 @@ nlohmann::json JsonOnExampleCluster(const std::wstring& arguments) {
     return parsed;
 }
 
-TEST(OrvclusCluster, StatusNamesTheClusterAndSaysWhichLinesAreAboutThisComputer) {
+TEST(OrvclusCluster, StatusShowsThisComputerAsANodeAndWhereTheProductRuns) {
     const nlohmann::json status = JsonOnExampleCluster(L"status");
-    EXPECT_EQ(1, status["cluster_type"]);
-    EXPECT_EQ("ORVCLUS01", status["cluster_name"]);
-    EXPECT_EQ(nlohmann::json({"NODE1", "NODE2"}), status["nodes"]);
-    const std::string computer = Utf8(OrvGetComputerName());
-    const bool isNode = computer == "NODE1" || computer == "NODE2";
-    EXPECT_EQ(isNode, status["computer_is_node"]);
+    const nlohmann::json expected = nlohmann::json::parse(Me(R"({
+        "cluster_type": 1, "cluster_name": "ORVCLUS01", "nodes": ["%ME%", "NODE2"], "computer_is_node": true,
+        "virtual_server_name": "ORVANESRV", "active_node": "%ME%", "product_clustered": true})"));
+    for (const auto& item : expected.items()) EXPECT_EQ(item.value(), status[item.key()]) << item.key();
 
-    // Asked about the cluster by its name, the lines about this computer say so.
+    // Asked about the cluster by its name, the headline names it; the lines
+    // about this computer stay the same.
     for (const wchar_t* arguments : {L"status", L"status --machine ORVCLUS01"}) {
         const Outcome text = RunOrvclus(arguments, kScenario);
         ASSERT_EQ(0u, text.exitCode) << text.err;
         const std::vector<std::string> lines = Lines(text.out);
         ASSERT_GE(lines.size(), 2u) << text.out;
-        const bool local = Utf8(arguments) == "status";
-        EXPECT_EQ(!local              ? "ORVCLUS01 belongs to failover cluster ORVCLUS01."
-                  : isNode ? "This machine belongs to failover cluster ORVCLUS01."
-                           : "This machine can reach failover cluster ORVCLUS01 but is not one of its nodes.",
+        EXPECT_EQ(Utf8(arguments) == "status" ? "This machine belongs to failover cluster ORVCLUS01."
+                                             : "ORVCLUS01 belongs to failover cluster ORVCLUS01.",
                   lines[0]);
         std::map<std::string, std::string> fields = Fields({lines.begin() + 1, lines.end()});
         EXPECT_EQ("failover cluster (1)", fields["Cluster type"]);
-        EXPECT_EQ("NODE1, NODE2", fields["Nodes"]);
-        EXPECT_EQ(computer, fields["This computer's name"]);
-        EXPECT_EQ(isNode ? "yes" : "no", fields["This computer is a node"]);
+        EXPECT_EQ(Me("%ME%, NODE2"), fields["Nodes"]);
+        EXPECT_EQ("yes", fields["This computer is a node"]);
+        EXPECT_EQ("ORVANESRV", fields["This computer's virtual server name"]);
+        EXPECT_EQ(Me("%ME%"), fields["Product's active node"]);
+        EXPECT_EQ("yes", fields["Product clustered on this computer"]);
     }
 }
 
 TEST(OrvclusCluster, NodesResourcesAndNetworksAsJson) {
     const nlohmann::json nodes = JsonOnExampleCluster(L"nodes");
     EXPECT_EQ("ORVCLUS01", nodes["cluster_name"]);
-    ASSERT_EQ(2u, nodes["nodes"].size()) << nodes;
-    EXPECT_EQ("NODE2", nodes["nodes"][1]["name"]);
+    const nlohmann::json expectedNodes = nlohmann::json::parse(
+        Me(R"([{"name": "%ME%", "is_this_computer": true}, {"name": "NODE2", "is_this_computer": false}])"));
+    EXPECT_EQ(expectedNodes, nodes["nodes"]);
 
     // The type is matched exactly; every other fact comes from the resource itself.
     const nlohmann::json names = JsonOnExampleCluster(L"resources --type \"Network Name\"");
-    const nlohmann::json expected = {
-        {{"name", "Cluster Name"}, {"type", "Network Name"}, {"group", "Cluster Group"},
-         {"owner_node", "NODE1"}, {"state", "online"}, {"state_code", 2}},
-        {{"name", "Orvane Server Name"}, {"type", "Network Name"}, {"group", "Orvane Group"},
-         {"owner_node", "NODE1"}, {"state", "online"}, {"state_code", 2}},
-        {{"name", "SQL Network Name (SQLVS01)"}, {"type", "Network Name"}, {"group", "SQL Server (MSSQLSERVER)"},
-         {"owner_node", "NODE2"}, {"state", "online"}, {"state_code", 2}},
-    };
+    const nlohmann::json expected = nlohmann::json::parse(Me(R"json([
+        {"name": "Cluster Name", "type": "Network Name", "group": "Cluster Group", "owner_node": "%ME%",
+         "state": "online", "state_code": 2},
+        {"name": "Orvane Server Name", "type": "Network Name", "group": "Orvane Group", "owner_node": "%ME%",
+         "state": "online", "state_code": 2},
+        {"name": "SQL Network Name (SQLVS01)", "type": "Network Name", "group": "SQL Server (MSSQLSERVER)",
+         "owner_node": "NODE2", "state": "online", "state_code": 2},
+        {"name": "Exchange Network Name", "type": "Network Name", "group": "Exchange Group", "owner_node": "NODE2",
+         "state": "online", "state_code": 2}])json"));
     EXPECT_EQ(expected, names["resources"]) << names;
-    EXPECT_EQ(16u, JsonOnExampleCluster(L"resources")["resources"].size());
+    EXPECT_EQ(20u, JsonOnExampleCluster(L"resources")["resources"].size());
     EXPECT_EQ(0u, JsonOnExampleCluster(L"resources --type Nothing")["resources"].size());
     ExpectFailure(L"resources --type \"network name\"", 1,
                   "no resource has type \"network name\"; did you mean \"Network Name\"?", kScenario);
@@ -360,13 +395,18 @@ TEST(OrvclusCluster, NodesResourcesAndNetworksAsJson) {
 TEST(OrvclusCluster, GroupsAsAnAlignedTable) {
     const Outcome run = RunOrvclus(L"groups", kScenario);
     EXPECT_EQ(0u, run.exitCode) << run.err;
-    EXPECT_EQ("Cluster ORVCLUS01 has 4 groups.\n\n"
-              "Group                     Owner node  State\n"
-              "------------------------  ----------  ------\n"
-              "Cluster Group             NODE1       online\n"
-              "Orvane Group              NODE1       online\n"
-              "SQL Server (MSSQLSERVER)  NODE2       online\n"
-              "Cluster Shared Volume     NODE1       online\n",
+    // The owner column is as wide as its widest entry, this computer's name included.
+    const std::string me = Utf8(orvtest::ThisComputer());
+    const size_t width = std::max<size_t>(me.size(), 10);
+    const auto row = [&](const std::string& group, const std::string& owner, const std::string& state) {
+        return group + std::string(26 - group.size(), ' ') + owner + std::string(width + 2 - owner.size(), ' ') +
+               state + "\n";
+    };
+    EXPECT_EQ("Cluster ORVCLUS01 has 5 groups.\n\n" + row("Group", "Owner node", "State") +
+                  row(std::string(24, '-'), std::string(width, '-'), "------") +
+                  row("Cluster Group", me, "online") + row("Orvane Group", me, "online") +
+                  row("SQL Server (MSSQLSERVER)", "NODE2", "online") + row("Cluster Shared Volume", me, "online") +
+                  row("Exchange Group", "NODE2", "online"),
               run.out);
 }
 
@@ -432,7 +472,7 @@ TEST(OrvclusCluster, BackupWhereTheClusterVersionOffersIt) {
                   "version 6.0",
                   kScenario);
 
-    const std::wstring older = orvtest::ExamplePath("scenarios/two-node-failover-2003.json");
+    const std::wstring& older = kOlderScenario;
     orvtest::ScratchFolder folder(L"orvclus-backup");
     const Outcome done = RunOrvclus(L"backup-db --json \"" + folder.Path() + L"\"", older);
     EXPECT_EQ(0u, done.exitCode) << done.err;
@@ -447,11 +487,179 @@ TEST(OrvclusCluster, BackupWhereTheClusterVersionOffersIt) {
     EXPECT_EQ(3, nlohmann::json::parse(failed.out)["system_error"]) << failed.out;
 }
 
+// ---- Names, addresses and applications ----
+
+// The bundled cluster with two resources that refuse to come online, the
+// product's RPC service and the SQL Server agent, and the product's discovery
+// service offline, ready to come online.
+std::wstring WriteRefusingScenario(const orvtest::ScratchFolder& folder) {
+    std::ifstream file(Utf8(kScenario));
+    nlohmann::json scenario = nlohmann::json::parse(file);
+    const nlohmann::json refuses = {{"online", {{"result", "failed"}}}};
+    for (nlohmann::json& resource : scenario["resources"]) {
+        const std::string name = resource["name"];
+        const bool refusing = name == "Orvane RPC Service" || name == "SQL Server Agent (MSSQLSERVER)";
+        if (refusing) resource["transitions"] = refuses;
+        if (refusing || name == "Orvane Discovery Service") resource["state"] = "offline";
+    }
+    return folder.Write(L"refusing.json", scenario.dump());
+}
+
+TEST(OrvclusApplications, AnswersInWordsInTextAndJson) {
+    orvtest::ScratchFolder folder(L"orvclus-applications");
+    const std::wstring refusing = WriteRefusingScenario(folder);
+    const struct {
+        const wchar_t* arguments;
+        const std::wstring& scenario;
+        const char* headline;
+        const char* field;     // "Label=value": one plain-text line
+        const char* json;      // fields of the JSON object
+        const char* progress;  // the one line on stderr; null: none
+    } cases[] = {
+        {L"whois ORVANESRV", kScenario, "ORVANESRV is a network name of cluster ORVCLUS01, owned by node %ME%.",
+         "Kind=network name", R"({"name": "ORVANESRV", "owner_node": "%ME%", "virtual_name": null})", nullptr},
+        {L"whois \\\\sqlvs01 --machine ORVCLUS01", kScenario,
+         "sqlvs01 is a network name of cluster ORVCLUS01, owned by node NODE2.", "Owner node=NODE2",
+         R"({"name": "sqlvs01", "kind": "network name"})", nullptr},
+        {L"whois 10.20.30.50", kScenario, "10.20.30.50 is an IP address of cluster ORVCLUS01, owned by node NODE2.",
+         "Virtual name=SQLVS01", R"({"kind": "IP address", "owner_node": "NODE2", "virtual_name": "SQLVS01"})",
+         nullptr},
+        {L"sql SQLVS01", kScenario, "SQL Server is not clustered on cluster ORVCLUS01.",
+         "Why=the detector only looks at resources of type \"SQL Server 7.0\", and the cluster has none; its 1 "
+         "resource of type \"SQL Server\" (the type of later SQL Server versions) is not counted",
+         R"({"state": "not clustered", "state_code": 3, "server_given": true, "server_is_node": false})", nullptr},
+        {L"sql", kScenario, "SQL Server is not clustered on cluster ORVCLUS01.", "Server asked=%ME% (this computer)",
+         R"({"server": "%ME%", "server_given": false, "server_is_node": true, "virtual_servers": []})", nullptr},
+        {L"sql sqlvs00", kOlderScenario, "sqlvs00 is the virtual server of a clustered SQL Server on cluster ORVCLUS52.",
+         "State=clustered here (0)", R"({"state_code": 0, "virtual_servers": ["SQLVS00"], "why": null})", nullptr},
+        {L"sql NODE2", kOlderScenario, "SQL Server is clustered on cluster ORVCLUS52, but not for NODE2.",
+         "Why=the cluster's SQL Server serves SQLVS00, not NODE2",
+         R"({"state": "clustered for another server", "state_code": 2, "server_is_node": true})", nullptr},
+        {L"exchange EXVS01", kScenario, "EXVS01 is the virtual server of a clustered Exchange on cluster ORVCLUS01.",
+         "Exchange's virtual servers=EXVS01", R"({"state": "clustered here", "server_is_node": false})", nullptr},
+        {L"exchange", kScenario, "Exchange is clustered on cluster ORVCLUS01, but not for %ME%.",
+         "Server is a node of the cluster=yes",
+         R"({"server_given": false, "state_code": 2, "why": "the cluster's Exchange serves EXVS01, not %ME%"})",
+         nullptr},
+        {L"exchange EXVS01", kOlderScenario, "Exchange is clustered on cluster ORVCLUS52, but not for EXVS01.",
+         "Why=the cluster has no Exchange resource (no resource of service \"MSExchangeSA\", none of type "
+         "\"Microsoft Exchange Information Store\"); the detector then answers \"clustered for another server\" "
+         "all the same",
+         R"({"state_code": 2, "virtual_servers": []})", nullptr},
+        {L"status", kOlderScenario, "This machine can reach failover cluster ORVCLUS52 but is not one of its nodes.",
+         "Product's active node=(unknown: the cluster shows no owner of the product's RPC service resource)",
+         R"({"active_node": null})", nullptr},
+        {L"offline sql \"SQL Server (MSSQLSERVER)\"", kScenario,
+         "SQL Server resource \"SQL Server (MSSQLSERVER)\" is offline.",
+         "Wait=up to the resource's pending timeout, or 60 s when it has none",
+         R"({"action": "offline", "kind": "sql", "timeout_ms": 60000, "result": 0, "result_meaning": "done"})",
+         "taking SQL Server resource \"SQL Server (MSSQLSERVER)\" offline; waiting up to the resource's pending "
+         "timeout, or 60 s when it has none..."},
+        {L"ONLINE Service OrvDiscovery --timeout 1500", refusing, "The resource of service \"OrvDiscovery\" is online.",
+         "Result=1 (done)", R"({"kind": "service", "name": "OrvDiscovery", "timeout_ms": 1500, "result": 1})",
+         "bringing the resource of service \"OrvDiscovery\" online; waiting up to the resource's pending timeout, or "
+         "1500 ms when it has none..."},
+        {L"offline exchange OrvaneRPCService --timeout=5000", kScenario,
+         "The Exchange resource of service \"OrvaneRPCService\" is offline.",
+         "Kind=exchange (the generic service resource of an Exchange service, by the service's name)",
+         R"({"kind": "exchange", "timeout_ms": 5000, "result": 0})", "or 5 s when it has none..."},
+        {L"check-address 10.20.30.99 255.255.255.0 Public", kScenario,
+         "The address 10.20.30.99 with mask 255.255.255.0 on network \"Public\" of cluster ORVCLUS01 can be brought "
+         "online.",
+         "Result=1 (the address came online, and went offline again)",
+         R"({"address": "10.20.30.99", "mask": "255.255.255.0", "network": "Public", "result": 1})",
+         "for real: a scratch group \"NULLTESTGRP13\" with an IP address resource \"TestNullRes13\" goes online and "
+         "offline, then both are deleted again..."},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(Utf8(c.arguments));
+        for (const wchar_t* json : {L"", L" --json"}) {
+            const Outcome run = RunOrvclus(c.arguments + std::wstring(json), c.scenario);
+            ASSERT_EQ(0u, run.exitCode) << run.err;
+            if (c.progress) {
+                EXPECT_EQ(1u, Lines(run.err).size()) << run.err;
+                EXPECT_TRUE(StartsWith(run.err, "orvclus: ") && Has(run.err, c.progress)) << run.err;
+            } else {
+                EXPECT_EQ("", run.err);
+            }
+            if (*json) {
+                nlohmann::json answer;
+                ASSERT_NO_THROW(answer = nlohmann::json::parse(run.out)) << run.out;
+                const nlohmann::json expected = nlohmann::json::parse(Me(c.json));
+                for (const auto& item : expected.items())
+                    EXPECT_EQ(item.value(), answer[item.key()]) << item.key() << " in " << run.out;
+                continue;
+            }
+            const std::vector<std::string> lines = Lines(run.out);
+            ASSERT_GE(lines.size(), 2u) << run.out;
+            EXPECT_EQ(Me(c.headline), lines[0]);
+            const std::string field = Me(c.field);
+            const size_t equals = field.find('=');
+            EXPECT_EQ(field.substr(equals + 1),
+                      Fields({lines.begin() + 1, lines.end()})[field.substr(0, equals)]) << run.out;
+        }
+    }
+}
+
+TEST(OrvclusApplications, NotFoundAndRefusedAreFailuresThatSayWhy) {
+    orvtest::ScratchFolder folder(L"orvclus-refusals");
+    const std::wstring refusing = WriteRefusingScenario(folder);
+    const struct {
+        const wchar_t* arguments;
+        const std::wstring& scenario;
+        const char* mentions;
+        const char* progress;  // null: none
+        int result;            // of the library, in the JSON object; -1: none
+    } cases[] = {
+        {L"whois NOSUCH", kScenario, "no network name resource of cluster ORVCLUS01 carries the name \"NOSUCH\"",
+         nullptr, -1},
+        {L"whois 10.9.9.9", kScenario, "no IP address resource of cluster ORVCLUS01 carries the address \"10.9.9.9\"",
+         nullptr, -1},
+        {L"online sql Nothing", kScenario,
+         "no SQL Server or SQL Server Agent resource of cluster ORVCLUS01 is named \"Nothing\" (result 1: no such "
+         "resource)",
+         "bringing SQL Server resource \"Nothing\" online; waiting", 1},
+        {L"offline service Nothing", kScenario,
+         "no generic service resource of cluster ORVCLUS01 runs service \"Nothing\" (result 0: not found or refused; "
+         "here: not found)",
+         "taking the resource of service \"Nothing\" offline", 0},
+        {L"online service OrvaneRPCService", refusing,
+         "the resource of service \"OrvaneRPCService\" did not come online (result 0: not found or refused; here: "
+         "refused); it is now failed",
+         "bringing the resource of service", 0},
+        {L"online sql \"SQL Server Agent (MSSQLSERVER)\"", refusing,
+         "SQL Server resource \"SQL Server Agent (MSSQLSERVER)\" did not come online (result 2: the resource "
+         "refused); it is now failed",
+         "bringing SQL Server resource", 2},
+        // The address is tried for real, and the cluster's networks and resources say why it failed.
+        {L"check-address 10.20.30.50 255.255.255.0 Public", kScenario,
+         "the address 10.20.30.50 with mask 255.255.255.0 on network \"Public\" of cluster ORVCLUS01 cannot be "
+         "brought online (result 0): an IP address resource of the cluster already carries it (owned by node NODE2)",
+         "trying address 10.20.30.50", 0},
+        {L"check-address 10.20.30.99 255.255.255.0 Nowhere", kScenario,
+         "(result 0): the cluster has no such network (its networks: Public, Heartbeat)", "trying address", 0},
+        {L"check-address 10.99.0.1 255.255.255.0 Public", kScenario,
+         "(result 0): the address lies outside the network's subnet (10.20.30.0 with mask 255.255.255.0)",
+         "trying address", 0},
+    };
+    for (const auto& c : cases) {
+        for (const wchar_t* json : {L"", L" --json"}) {
+            const Outcome run = ExpectFailure(c.arguments + std::wstring(json), 1, c.mentions, c.scenario, c.progress);
+            const nlohmann::json failure = nlohmann::json::parse(run.out, nullptr, false);
+            if (*json && c.result >= 0 && failure.is_object()) {
+                EXPECT_EQ(c.result, failure["result"]) << run.out;
+            }
+        }
+    }
+}
+
 // ---- When there is no cluster to show ----
 
 TEST(OrvclusNoCluster, EveryCommandSaysWhyInOneLineAndExitCode1) {
-    for (const wchar_t* command : {L"nodes", L"resources", L"groups", L"networks", L"drives", L"disks",
-                                   L"shared-volumes", L"backup-db C:\\", L"definition"})
+    for (const wchar_t* command :
+         {L"nodes", L"resources", L"groups", L"networks", L"drives", L"disks", L"shared-volumes", L"backup-db C:\\",
+          L"definition", L"whois ORVANESRV", L"sql", L"exchange X", L"online sql X", L"offline service X",
+          L"check-address 10.0.0.1 255.0.0.0 Public"})
         ExpectFailure(std::wstring(command) + L" --json", 1, "this machine is not part of a cluster");
 }
 

@@ -20,21 +20,6 @@ constexpr DWORD kNameChars = 260;
 
 Value TextOrNone(bool known, const std::wstring& text) { return known ? Value::Text(text) : Value::None(); }
 
-const wchar_t* ResourceStateName(CLUSTER_RESOURCE_STATE state) {
-    switch (state) {
-        case ClusterResourceInherited: return L"inherited";
-        case ClusterResourceInitializing: return L"initializing";
-        case ClusterResourceOnline: return L"online";
-        case ClusterResourceOffline: return L"offline";
-        case ClusterResourceFailed: return L"failed";
-        case ClusterResourcePending: return L"pending";
-        case ClusterResourceOnlinePending: return L"online pending";
-        case ClusterResourceOfflinePending: return L"offline pending";
-        case ClusterResourceStateUnknown: break;
-    }
-    return L"unknown";
-}
-
 const wchar_t* GroupStateName(CLUSTER_GROUP_STATE state) {
     switch (state) {
         case ClusterGroupOnline: return L"online";
@@ -144,20 +129,6 @@ int RunGroups(const ParsedArguments& arguments, Format format) {
     Report report = ClusterReport(target, CountHeadline(target, names.size(), L"group"));
     report.AddTable(L"groups", table);
     return PrintReport(report, format);
-}
-
-// One network's properties of one kind (common or read-only common).
-bool NetworkProperties(HNETWORK network, DWORD code, ClusterPropertyList& properties) {
-    orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
-    orv::ControlOutput output;
-    const DWORD result = orv::ControlWithGrowingBuffer(
-        [&](void* buffer, DWORD size, DWORD* returned) {
-            return glue->ClusterNetworkControl(network, nullptr, code, nullptr, 0, buffer, size, returned);
-        },
-        output);
-    if (result != ERROR_SUCCESS) return false;
-    properties.Assign(output.Data(), output.Size());
-    return true;
 }
 
 int RunNetworks(const ParsedArguments& arguments, Format format) {

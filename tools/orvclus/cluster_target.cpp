@@ -128,6 +128,34 @@ Command ClusterCommand(const wchar_t* name, const wchar_t* summary, int (*run)(c
     return command;
 }
 
+const wchar_t* ResourceStateName(CLUSTER_RESOURCE_STATE state) {
+    switch (state) {
+        case ClusterResourceInherited: return L"inherited";
+        case ClusterResourceInitializing: return L"initializing";
+        case ClusterResourceOnline: return L"online";
+        case ClusterResourceOffline: return L"offline";
+        case ClusterResourceFailed: return L"failed";
+        case ClusterResourcePending: return L"pending";
+        case ClusterResourceOnlinePending: return L"online pending";
+        case ClusterResourceOfflinePending: return L"offline pending";
+        case ClusterResourceStateUnknown: break;
+    }
+    return L"unknown";
+}
+
+bool NetworkProperties(HNETWORK network, DWORD code, ClusterPropertyList& properties) {
+    orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
+    orv::ControlOutput output;
+    const DWORD result = orv::ControlWithGrowingBuffer(
+        [&](void* buffer, DWORD size, DWORD* returned) {
+            return glue->ClusterNetworkControl(network, nullptr, code, nullptr, 0, buffer, size, returned);
+        },
+        output);
+    if (result != ERROR_SUCCESS) return false;
+    properties.Assign(output.Data(), output.Size());
+    return true;
+}
+
 int ListFailure(const ClusterTarget& target, const std::wstring& what) {
     const DWORD error = GetLastError();
     return Win32Failure(L"list the " + what + L" of cluster " + target.Name(), error);

@@ -70,6 +70,13 @@ Report ClusterReport(const ClusterTarget& target, const std::wstring& headline);
 // A command that asks the cluster of --machine.
 Command ClusterCommand(const wchar_t* name, const wchar_t* summary, int (*run)(const ParsedArguments&, Format));
 
+// A resource state as a person reads it: "online", "offline pending"...
+const wchar_t* ResourceStateName(CLUSTER_RESOURCE_STATE state);
+
+// One network's properties of one kind (CLUSCTL_NETWORK_GET_COMMON_PROPERTIES
+// or CLUSCTL_NETWORK_GET_RO_COMMON_PROPERTIES); false when they cannot be read.
+bool NetworkProperties(HNETWORK network, DWORD code, ClusterPropertyList& properties);
+
 // The failure of listing `what` of the cluster, with the thread's last error.
 int ListFailure(const ClusterTarget& target, const std::wstring& what);
 

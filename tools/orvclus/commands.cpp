@@ -24,7 +24,7 @@ const std::vector<OptionSpec>& CommonOptions() {
 const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = [] {
         std::vector<Command> all = {StatusCommand()};
-        for (const auto& family : {ClusterCommands(), StorageCommands()})
+        for (const auto& family : {ClusterCommands(), StorageCommands(), IdentityCommands(), ApplicationCommands()})
             all.insert(all.end(), family.begin(), family.end());
         all.push_back(BackupDatabaseCommand());
         all.push_back(DefinitionCommand());

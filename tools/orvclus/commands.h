@@ -15,6 +15,7 @@ struct Command {
     std::wstring operands;  // how the usage text shows its operands ("[COMMAND]")
     size_t maxOperands = 0;
     std::wstring summary;
+    std::wstring details;  // more for "help COMMAND": what the operands are, what answers mean (lines of text)
     std::vector<OptionSpec> options;  // besides the options of every command
     int (*run)(const ParsedArguments& arguments, Format format) = nullptr;
 };
@@ -35,6 +36,8 @@ Command HelpCommand();
 Command StatusCommand();
 std::vector<Command> ClusterCommands();  // nodes, resources, groups, networks
 std::vector<Command> StorageCommands();  // drives, disks, shared-volumes
+std::vector<Command> IdentityCommands();     // whois, check-address
+std::vector<Command> ApplicationCommands();  // sql, exchange, online, offline
 Command BackupDatabaseCommand();
 Command DefinitionCommand();
 

@@ -42,11 +42,11 @@ bool WriteAll(HANDLE handle, const std::wstring& text) {
     return true;
 }
 
-int Fail(int code, const std::wstring& message, DWORD systemError = ERROR_SUCCESS) {
+int Fail(int code, const std::wstring& message, const nlohmann::ordered_json& facts = nlohmann::ordered_json()) {
     WriteErr(L"orvclus: " + message + L"\n");
     if (jsonFailures) {
         nlohmann::ordered_json failure = {{"error", ToUtf8(message)}, {"code", code}};
-        if (systemError != ERROR_SUCCESS) failure["system_error"] = systemError;
+        if (facts.is_object()) failure.update(facts);
         WriteOut(FromUtf8(failure.dump(2)) + L"\n");
     }
     return code;
@@ -85,6 +85,10 @@ int UsageError(const std::wstring& message) { return Fail(kExitUsage, message); 
 
 int Failure(const std::wstring& message) { return Fail(kExitFailure, message); }
 
+int Failure(const std::wstring& message, const nlohmann::ordered_json& facts) {
+    return Fail(kExitFailure, message, facts);
+}
+
 int Win32Failure(const std::wstring& what, DWORD error) {
     orv::UniqueLocalMemory text;
     const DWORD length =
@@ -96,7 +100,7 @@ int Win32Failure(const std::wstring& what, DWORD error) {
     reason.erase(reason.find_last_not_of(L" .\r\n") + 1);
     const std::wstring code = L"error " + std::to_wstring(error);
     return Fail(kExitFailure, L"cannot " + what + L": " + (reason.empty() ? code : reason + L" (" + code + L")"),
-                error);
+                error != ERROR_SUCCESS ? nlohmann::ordered_json{{"system_error", error}} : nlohmann::ordered_json());
 }
 
 void Progress(const std::wstring& message) { WriteErr(L"orvclus: " + message + L"\n"); }

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 namespace orvclus {
 
 // Exit codes of every command.
@@ -27,6 +29,9 @@ void SetJsonFailures(bool on);
 // exit code of a usage error or of a failed operation.
 int UsageError(const std::wstring& message);
 int Failure(const std::wstring& message);
+// A failed operation whose JSON object carries more facts than the sentence
+// (an object whose fields follow "error" and "code").
+int Failure(const std::wstring& message, const nlohmann::ordered_json& facts);
 
 // "cannot WHAT: the system's text for `error` (error N)"; the JSON object
 // carries the number as "system_error" too. Answers the exit code of a

@@ -102,7 +102,8 @@ int PrintUsage(const Command* command, Format format) {
             return PrintReport(report, format);
         }
         std::vector<std::pair<std::wstring, std::wstring>> commands;
-        for (const Command& each : Commands()) commands.emplace_back(each.name, each.summary);
+        for (const Command& each : Commands())
+            commands.emplace_back(each.operands.empty() ? each.name : each.name + L" " + each.operands, each.summary);
         return PrintText(L"Usage: orvclus COMMAND [OPTIONS]\n\nCommands:\n" + TwoColumns(commands) +
                          L"\nOptions of every command (before or after the command):\n" +
                          OptionTable(CommonOptions()) +
@@ -116,11 +117,13 @@ int PrintUsage(const Command* command, Format format) {
         report.AddJsonOnly(L"command", Value::Text(command->name));
         report.AddJsonOnly(L"usage", Value::Text(UsageLine(*command)));
         report.AddJsonOnly(L"summary", Value::Text(command->summary));
+        report.AddJsonOnly(L"details", command->details.empty() ? Value::None() : Value::Text(command->details));
         report.AddJsonOnly(L"options", OptionList(options));
         report.AddJsonOnly(L"exit_codes", ExitCodes());
         return PrintReport(report, format);
     }
-    return PrintText(L"Usage: " + UsageLine(*command) + L"\n\n" + command->summary + L"\n\nOptions:\n" +
+    return PrintText(L"Usage: " + UsageLine(*command) + L"\n\n" + command->summary + L"\n" +
+                     (command->details.empty() ? L"" : L"\n" + command->details + L"\n") + L"\nOptions:\n" +
                      OptionTable(options) + L"\n" + ExitCodesText());
 }
 

@@ -108,6 +108,16 @@ int RunStatus(const ParsedArguments& arguments, Format format) {
     }
     report.Add(L"virtual_server_name", L"This computer's virtual server name",
                Value::Text(virtualServer ? *virtualServer : std::wstring()));
+    // Where the product runs now: the owner of its RPC service's resource, a
+    // question only a failover cluster answers.
+    std::wstring activeNode;
+    if (open && target.failover) {
+        const bool known = target.failover->GetOrvActiveNodeName(activeNode) && !activeNode.empty();
+        report.Add(L"active_node", L"Product's active node", known ? Value::Text(activeNode) : Value::None(),
+                   known ? std::wstring() : L"(unknown: the cluster shows no owner of the product's RPC service resource)");
+    } else {
+        report.AddJsonOnly(L"active_node", Value::None());
+    }
     report.Add(L"product_clustered", L"Product clustered on this computer", Value::YesNo(productClustered));
     return PrintReport(report, format);
 }
@@ -118,7 +128,8 @@ Command StatusCommand() {
     Command command;
     command.name = L"status";
     command.summary =
-        L"Show whether a machine belongs to a cluster, its nodes, and how the product names this computer.";
+        L"Show whether a machine belongs to a cluster, its nodes, how the product names this computer and where "
+        L"the product runs.";
     command.options = {MachineOption()};
     command.run = RunStatus;
     return command;
