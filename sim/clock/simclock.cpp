@@ -42,6 +42,26 @@ ClockSection& Section() {
     return section;
 }
 
+// The demo's copy of the clock follows real time: the product build of the
+// library beside it waits with the system's Sleep, so the simulator's
+// resources must arrive in real time too. Sleeping then really sleeps, and
+// advancing or setting the clock moves it on from real time.
+#if defined(SIMCLOCK_FOLLOWS_REAL_TIME)
+ULONGLONG RealElapsed() {
+    static const ULONGLONG start = GetTickCount64();
+    return GetTickCount64() - start;
+}
+void Pause(DWORD milliseconds) { Sleep(milliseconds); }
+#else
+ULONGLONG RealElapsed() { return 0; }
+// A real millisecond, so that a helper process that follows the clock (a
+// test service stopping "after 20 seconds") keeps up with a waiter.
+void Pause(DWORD milliseconds) {
+    InterlockedExchangeAdd64(&Section().clock->milliseconds, milliseconds);
+    Sleep(1);
+}
+#endif
+
 }  // namespace
 
 extern "C" {
@@ -51,22 +71,18 @@ DWORD WINAPI SimClock_GetTickCount(void) {
 }
 
 ULONGLONG WINAPI SimClock_GetTickCount64(void) {
-    return static_cast<ULONGLONG>(InterlockedCompareExchange64(&Section().clock->milliseconds, 0, 0));
+    return static_cast<ULONGLONG>(InterlockedCompareExchange64(&Section().clock->milliseconds, 0, 0)) +
+           RealElapsed();
 }
 
-void WINAPI SimClock_Sleep(DWORD milliseconds) {
-    InterlockedExchangeAdd64(&Section().clock->milliseconds, milliseconds);
-    // A real millisecond, so that a helper process that follows the clock
-    // (a test service stopping "after 20 seconds") keeps up with a waiter.
-    Sleep(1);
-}
+void WINAPI SimClock_Sleep(DWORD milliseconds) { Pause(milliseconds); }
 
 void WINAPI SimClock_Advance(DWORD milliseconds) {
     InterlockedExchangeAdd64(&Section().clock->milliseconds, milliseconds);
 }
 
 void WINAPI SimClock_Set(ULONGLONG milliseconds) {
-    InterlockedExchange64(&Section().clock->milliseconds, static_cast<LONG64>(milliseconds));
+    InterlockedExchange64(&Section().clock->milliseconds, static_cast<LONG64>(milliseconds - RealElapsed()));
 }
 
 const wchar_t* WINAPI SimClock_Name(void) { return Section().name; }
