@@ -177,9 +177,11 @@ unsigned MSCSCluster::IsActiveClusterNode(const wchar_t* node) {
 
 unsigned MSCSCluster::IsClusteredOrv(wcstring) {
     const CLUSTERRESOURCE* marker = MarkerServiceRecord();
-    std::list<std::wstring> resources;
-    if (!hCluster_ || !marker || !GetResources(resources)) return 0;
-    for (const std::wstring& resourceName : resources) {
+    if (!hCluster_ || !marker) return 0;
+    // Walked as the cluster names them, without a list of every name first.
+    orv::ClusterObjects resources(hCluster_, CLUSTER_ENUM_RESOURCE, false);
+    std::wstring resourceName;
+    while (resources && resources.Next(resourceName) == ERROR_SUCCESS) {
         std::unique_ptr<ClusterServiceResource> resource(OpenAs<ClusterServiceResource>(resourceName));
         std::wstring type;
         std::wstring service;
