@@ -21,6 +21,28 @@ void KillProcess(DWORD processId) {
     CloseHandle(process);
 }
 
+void StopAndDelete(SC_HANDLE service) {
+    SERVICE_STATUS_PROCESS status = {};
+    DWORD needed = 0;
+    if (QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof(status),
+                             &needed) &&
+        status.dwCurrentState != SERVICE_STOPPED) {
+        // A service told to never stop (or to stop in virtual time nobody
+        // advances) is ended the hard way.
+        SERVICE_STATUS ignored;
+        ControlService(service, SERVICE_CONTROL_STOP, &ignored);
+        for (int i = 0; i < 500; ++i) {
+            if (QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO,
+                                     reinterpret_cast<BYTE*>(&status), sizeof(status), &needed) &&
+                status.dwCurrentState == SERVICE_STOPPED)
+                break;
+            if (i == 20 && status.dwProcessId) KillProcess(status.dwProcessId);
+            Sleep(20);
+        }
+    }
+    DeleteService(service);
+}
+
 }  // namespace
 
 std::wstring ProgramFolder() {
@@ -34,25 +56,15 @@ void RemoveService(const std::wstring& name) {
     ServiceHandle manager(OpenManager());
     ServiceHandle service(OpenServiceW(manager.Get(), name.c_str(), SERVICE_ALL_ACCESS));
     if (!service) return;
-    SERVICE_STATUS_PROCESS status = {};
-    DWORD needed = 0;
-    if (QueryServiceStatusEx(service.Get(), SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
-                             sizeof(status), &needed) &&
-        status.dwCurrentState != SERVICE_STOPPED) {
-        // A service told to never stop (or to stop in virtual time nobody
-        // advances) is ended the hard way.
-        SERVICE_STATUS ignored;
-        ControlService(service.Get(), SERVICE_CONTROL_STOP, &ignored);
-        for (int i = 0; i < 100; ++i) {
-            if (QueryServiceStatusEx(service.Get(), SC_STATUS_PROCESS_INFO,
-                                     reinterpret_cast<BYTE*>(&status), sizeof(status), &needed) &&
-                status.dwCurrentState == SERVICE_STOPPED)
-                break;
-            if (i == 20 && status.dwProcessId) KillProcess(status.dwProcessId);
-            Sleep(20);
-        }
+    StopAndDelete(service.Get());
+    service.Reset();
+    // The manager deletes the service once the last handle to it is closed;
+    // the next test must not find it, even on a loaded machine.
+    for (int i = 0; i < 250; ++i) {
+        ServiceHandle still(OpenServiceW(manager.Get(), name.c_str(), SERVICE_QUERY_STATUS));
+        if (!still) return;
+        Sleep(20);
     }
-    DeleteService(service.Get());
 }
 
 TestService::TestService(const std::wstring& name, const std::wstring& options, DWORD startType)
