@@ -312,9 +312,7 @@ Command StateChangeCommand(bool online) {
         online ? L"online" : L"offline",
         online ? L"Bring a SQL Server resource or a service's resource online."
                : L"Take a SQL Server resource, a service's resource or an Exchange service's resource offline.",
-        online ? RunOnline : RunOffline);
-    command.operands = online ? L"sql|service NAME" : L"sql|service|exchange NAME";
-    command.maxOperands = 2;
+        online ? RunOnline : RunOffline, online ? L"sql|service NAME" : L"sql|service|exchange NAME", 2);
     command.options.push_back({kTimeoutOption, L"MS",
                                L"how long to wait, in milliseconds, for a resource without a pending timeout of its "
                                L"own (default " + std::to_wstring(kDefaultTimeoutMs) + L")"});
@@ -335,22 +333,19 @@ std::vector<Command> ApplicationCommands() {
     const std::wstring states =
         L"The answer: \"clustered here\" (0: SERVER is the application's virtual server), \"clustered for\n"
         L"another server\" (2), \"not clustered\" (3), \"not applicable\" (4: no failover cluster to ask).";
-    Command sql = ClusterCommand(
-        L"sql", L"Tell whether SQL Server is clustered for SERVER (default: this computer).", RunSql);
-    sql.operands = L"[SERVER]";
-    sql.maxOperands = 1;
-    sql.details = states +
-                  L"\nThe detector only looks at resources of type \"SQL Server 7.0\": later SQL Server versions, whose\n"
-                  L"resources have type \"SQL Server\", count as not clustered.";
-    Command exchange = ClusterCommand(
-        L"exchange", L"Tell whether Exchange is clustered for SERVER (default: this computer).", RunExchange);
-    exchange.operands = L"[SERVER]";
-    exchange.maxOperands = 1;
-    exchange.details = states +
-                       L"\nThe detector looks at the resource of service \"MSExchangeSA\", else at resources of type\n"
-                       L"\"Microsoft Exchange Information Store\"; a cluster with neither answers \"clustered for another\n"
-                       L"server\".";
-    return {sql, exchange, StateChangeCommand(true), StateChangeCommand(false)};
+    return {
+        ClusterCommand(L"sql", L"Tell whether SQL Server is clustered for SERVER (default: this computer).", RunSql,
+                       L"[SERVER]", 1,
+                       states +
+                           L"\nThe detector only looks at resources of type \"SQL Server 7.0\": later SQL Server "
+                           L"versions, whose\nresources have type \"SQL Server\", count as not clustered."),
+        ClusterCommand(L"exchange", L"Tell whether Exchange is clustered for SERVER (default: this computer).",
+                       RunExchange, L"[SERVER]", 1,
+                       states +
+                           L"\nThe detector looks at the resource of service \"MSExchangeSA\", else at resources of "
+                           L"type\n\"Microsoft Exchange Information Store\"; a cluster with neither answers "
+                           L"\"clustered for another\nserver\"."),
+        StateChangeCommand(true), StateChangeCommand(false)};
 }
 
 }  // namespace orvclus

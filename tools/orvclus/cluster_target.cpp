@@ -119,10 +119,14 @@ Report ClusterReport(const ClusterTarget& target, const std::wstring& headline) 
     return report;
 }
 
-Command ClusterCommand(const wchar_t* name, const wchar_t* summary, int (*run)(const ParsedArguments&, Format)) {
+Command ClusterCommand(const wchar_t* name, const std::wstring& summary, int (*run)(const ParsedArguments&, Format),
+                       const wchar_t* operands, size_t maxOperands, const std::wstring& details) {
     Command command;
     command.name = name;
+    command.operands = operands;
+    command.maxOperands = maxOperands;
     command.summary = summary;
+    command.details = details;
     command.options = {MachineOption()};
     command.run = run;
     return command;

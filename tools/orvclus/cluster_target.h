@@ -68,7 +68,11 @@ std::wstring CountHeadline(const ClusterTarget& target, size_t count, const std:
 Report ClusterReport(const ClusterTarget& target, const std::wstring& headline);
 
 // A command that asks the cluster of --machine.
-Command ClusterCommand(const wchar_t* name, const wchar_t* summary, int (*run)(const ParsedArguments&, Format));
+// `operands` is how the usage text shows them, `maxOperands` how many it
+// takes, `details` what "help COMMAND" adds.
+Command ClusterCommand(const wchar_t* name, const std::wstring& summary, int (*run)(const ParsedArguments&, Format),
+                       const wchar_t* operands = L"", size_t maxOperands = 0,
+                       const std::wstring& details = std::wstring());
 
 // A resource state as a person reads it: "online", "offline pending"...
 const wchar_t* ResourceStateName(CLUSTER_RESOURCE_STATE state);

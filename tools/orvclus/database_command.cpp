@@ -54,13 +54,9 @@ int RunBackupDatabase(const ParsedArguments& arguments, Format format) {
 }  // namespace
 
 Command BackupDatabaseCommand() {
-    Command command = ClusterCommand(
-        L"backup-db",
-        L"Back up the failover cluster's database into folder PATH (clusters before version 6.0 only).",
-        RunBackupDatabase);
-    command.operands = L"PATH";
-    command.maxOperands = 1;
-    return command;
+    return ClusterCommand(
+        L"backup-db", L"Back up the failover cluster's database into folder PATH (clusters before version 6.0 only).",
+        RunBackupDatabase, L"PATH", 1);
 }
 
 }  // namespace orvclus

@@ -150,24 +150,19 @@ int RunCheckAddress(const ParsedArguments& arguments, Format format) {
 }  // namespace
 
 std::vector<Command> IdentityCommands() {
-    Command whois = ClusterCommand(
-        L"whois", L"Show the node that owns a network name or an IP address, and an address's network name.",
-        RunWhois);
-    whois.operands = L"NAME-OR-ADDRESS";
-    whois.maxOperands = 1;
-    whois.details =
-        L"A name is looked up among the cluster's network name resources (leading backslashes are ignored), an\n"
+    return {
+        ClusterCommand(
+            L"whois", L"Show the node that owns a network name or an IP address, and an address's network name.",
+            RunWhois, L"NAME-OR-ADDRESS", 1,
+            L"A name is looked up among the cluster's network name resources (leading backslashes are ignored), an\n"
         L"address among its IP address resources. For an address, the virtual name is the network name that\n"
-        L"depends on it. A name or address that no resource carries is a failure.";
-    Command checkAddress = ClusterCommand(
-        L"check-address", L"Try whether an address can be brought online on a cluster network.", RunCheckAddress);
-    checkAddress.operands = L"ADDRESS MASK NETWORK";
-    checkAddress.maxOperands = 3;
-    checkAddress.details =
-        L"The library tries it for real: it makes a scratch group \"NULLTESTGRP13\" with an IP address resource\n"
+            L"depends on it. A name or address that no resource carries is a failure."),
+        ClusterCommand(
+            L"check-address", L"Try whether an address can be brought online on a cluster network.",
+            RunCheckAddress, L"ADDRESS MASK NETWORK", 3,
+            L"The library tries it for real: it makes a scratch group \"NULLTESTGRP13\" with an IP address resource\n"
         L"\"TestNullRes13\" for ADDRESS and MASK on NETWORK, brings it online and offline again, and deletes both.\n"
-        L"An address that does not come online is a failure.";
-    return {whois, checkAddress};
+            L"An address that does not come online is a failure.")};
 }
 
 }  // namespace orvclus
