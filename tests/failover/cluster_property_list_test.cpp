@@ -1,5 +1,6 @@
-// The property list codec: the bytes it builds, its lookups, and its walk over
-// lists that lie about their own lengths.
+// The property list codec: the bytes it builds, its lookups (which answer as
+// the platform's lookups do), and its walk over lists that lie about their own
+// lengths.
 
 #include <cstring>
 #include <random>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "failover/value_list.h"
+#include "harness/simulated_cluster.h"
 #include "orvcluster.h"
 
 namespace {
@@ -181,6 +183,57 @@ TEST(PropertyList, LyingCountIsMalformedNotAnOverrun) {
     EXPECT_FALSE(list.GetValue(L"Other", value));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_DATA), GetLastError());
     EXPECT_TRUE(list.GetValue(L"Name", value));  // found before the lie matters
+}
+
+// On many generated lists: names differing only in case, wrong types, repeated names.
+const wchar_t* const kNames[] = {L"Name", L"NAME", L"name", L"Address", L"ADDRESS", L"DnsName",
+                                 L"ServiceName", L"Signature", L"VmId", L"Nam", L"Names"};
+
+using PropertyLookupAgreement = orvtest::SimulatedClusterTest;
+
+TEST_F(PropertyLookupAgreement, OwnStringLookupAndPlatformLookupsAgree) {
+    orvclass::shared_ptr<ResourceGlue> platform = ResourceGlue::GetInstance();
+    std::mt19937 random(1121);
+    int found = 0;
+    int missed = 0;
+    for (int round = 0; round < 3000; ++round) {
+        ClusterPropertyList list;
+        const int count = 1 + random() % 8;
+        for (int i = 0; i < count; ++i) {
+            const wchar_t* name = kNames[random() % 9];  // queried names include two never stored
+            if (random() % 3 == 0)
+                list.Append(name, static_cast<DWORD>(random()));
+            else
+                list.Append(name, (std::wstring(L"value-") + std::to_wstring(random() % 1000)).c_str());
+        }
+        for (const wchar_t* query : kNames) {
+            const wchar_t* ours = nullptr;
+            const bool ourAnswer = list.GetValue(query, &ours);
+            wchar_t* theirs = nullptr;
+            const DWORD theirAnswer = platform->ResUtilFindSzProperty(list.Data(), list.Size(), query, &theirs);
+            ASSERT_EQ(theirAnswer == ERROR_SUCCESS, ourAnswer) << "round " << round;
+            if (ourAnswer) {
+                EXPECT_STREQ(theirs, ours);
+                ++found;
+            } else {
+                ++missed;
+            }
+            LocalFree(theirs);
+
+            DWORD ourNumber = 0xFFFF;
+            DWORD theirNumber = 0xEEEE;
+            const bool numberFound = list.GetValue(query, ourNumber);
+            ASSERT_EQ(platform->ResUtilFindDwordProperty(list.Data(), list.Size(), query, &theirNumber) ==
+                          ERROR_SUCCESS,
+                      numberFound);
+            if (numberFound) {
+                EXPECT_EQ(theirNumber, ourNumber);
+            }
+        }
+    }
+    // Both outcomes occurred often enough to mean something.
+    EXPECT_GT(found, 3000);
+    EXPECT_GT(missed, 3000);
 }
 
 }  // namespace

@@ -30,59 +30,57 @@ protected:
     orv::UniqueCluster cluster_;
 };
 
-TEST_F(Resources, OnlineWaitsInVirtualTimeUntilTheResourceArrives) {
-    ClusterResource resource(Open(L"Orvane Job Engine"), L"Orvane Job Engine");
-    ASSERT_TRUE(resource.TakeOffline(60000));  // through the resource's own short pending time
-    ASSERT_TRUE(SimCluster_ScriptTransition(L"Orvane Job Engine", ClusterResourceOnline, 4500,
-                                            ClusterResourceOnline));
-    const ULONGLONG start = SimClock_GetTickCount64();
-    EXPECT_TRUE(resource.BringOnline(30000));
-    // Polled once a second: five pauses, and six state queries of 1 ms each,
-    // the last of which sees the resource online.
-    EXPECT_EQ(5u * 1000 + 6, SimClock_GetTickCount64() - start);
-    EXPECT_EQ(ClusterResourceOnline, SimCluster_GetResourceState(L"Orvane Job Engine"));
+// A state change is polled once a second in virtual time, each state query
+// taking 1 ms; a failed resource or a platform refusal ends the wait at once.
+TEST_F(Resources, StateChangesAreAwaitedInVirtualTime) {
+    const struct {
+        const wchar_t *name, *refusing;
+        bool online;          // brought online (after being taken offline), else taken offline
+        DWORD pendingMs;      // scripted pending time before `reached`; 0: none scripted
+        CLUSTER_RESOURCE_STATE reached;
+        DWORD timeout;
+        bool done;
+        DWORD error;          // the last error when not done
+        ULONGLONG elapsed;
+    } rows[] = {
+        // Five pauses and six queries, the last of which sees the resource online.
+        {L"Orvane Job Engine", nullptr, true, 4500, ClusterResourceOnline, 30000, true, 0, 5 * 1000 + 6},
+        // The third query sees it failed.
+        {L"Orvane Tape Engine", nullptr, false, 2000, ClusterResourceFailed, 600000, false, ERROR_IO_PENDING, 2003},
+        // A zero timeout: no pause, one query.
+        {L"Orvane Discovery Service", nullptr, true, 1000, ClusterResourceOnline, 0, false, ERROR_IO_PENDING, 1},
+        // A timeout that ends between two polls is waited out to the millisecond:
+        // pauses of 1000, 1000 and 500 ms between four queries.
+        {L"Orvane RPC Service", nullptr, false, 10000, ClusterResourceOffline, 2500, false, ERROR_IO_PENDING, 2504},
+        {L"Orvane Job Engine", L"OnlineClusterResource", true, 0, ClusterResourceOnline, 1000, false,
+         ERROR_RESOURCE_NOT_AVAILABLE, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << "row " << &row - rows);
+        ClusterResource resource(Open(row.name), row.name);
+        if (row.online) {
+            ASSERT_TRUE(resource.TakeOffline(60000));  // through the resource's own short pending time
+        }
+        if (row.pendingMs) {
+            ASSERT_TRUE(SimCluster_ScriptTransition(
+                row.name, row.online ? ClusterResourceOnline : ClusterResourceOffline, row.pendingMs, row.reached));
+        }
+        if (row.refusing) {
+            ASSERT_TRUE(SimCluster_InjectFailure(row.refusing, 1, 1, ERROR_RESOURCE_NOT_AVAILABLE));
+        }
+        const ULONGLONG start = SimClock_GetTickCount64();
+        SetLastError(0xDEADBEEF);
+        EXPECT_EQ(row.done, row.online ? resource.BringOnline(row.timeout) : resource.TakeOffline(row.timeout));
+        EXPECT_EQ(row.elapsed, SimClock_GetTickCount64() - start);
+        if (row.done) {
+            EXPECT_EQ(row.reached, SimCluster_GetResourceState(row.name));
+        } else {
+            EXPECT_EQ(row.error, GetLastError());
+        }
+    }
 }
 
-TEST_F(Resources, FailedResourceEndsTheWaitAtOnce) {
-    ClusterResource resource(Open(L"Orvane Tape Engine"), L"Orvane Tape Engine");
-    ASSERT_TRUE(SimCluster_ScriptTransition(L"Orvane Tape Engine", ClusterResourceOffline, 2000,
-                                            ClusterResourceFailed));
-    const ULONGLONG start = SimClock_GetTickCount64();
-    SetLastError(0);
-    EXPECT_FALSE(resource.TakeOffline(600000));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_IO_PENDING), GetLastError());
-    EXPECT_EQ(2u * 1000 + 3, SimClock_GetTickCount64() - start);  // the third query of 1 ms sees it failed
-}
-
-TEST_F(Resources, ZeroTimeoutFailsUnlessAlreadyThere) {
-    ClusterResource resource(Open(L"Orvane Discovery Service"), L"Orvane Discovery Service");
-    ASSERT_TRUE(resource.TakeOffline(60000));
-    ASSERT_TRUE(SimCluster_ScriptTransition(L"Orvane Discovery Service", ClusterResourceOnline, 1000,
-                                            ClusterResourceOnline));
-    const ULONGLONG start = SimClock_GetTickCount64();
-    SetLastError(0);
-    EXPECT_FALSE(resource.BringOnline(0));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_IO_PENDING), GetLastError());
-    EXPECT_EQ(start + 1, SimClock_GetTickCount64());  // no pause, one state query of 1 ms
-
-    // A timeout that ends between two polls is waited out to the millisecond.
-    ClusterResource again(Open(L"Orvane Discovery Service"), L"Orvane Discovery Service");
-    ASSERT_TRUE(SimCluster_ScriptTransition(L"Orvane Discovery Service", ClusterResourceOffline, 10000,
-                                            ClusterResourceOffline));
-    SimClock_Sleep(1000);  // let the online transition finish first
-    EXPECT_FALSE(again.TakeOffline(2500));
-    // Pauses of 1000, 1000 and 500 ms between four state queries of 1 ms.
-    EXPECT_EQ(start + 1 + 1000 + 2500 + 4, SimClock_GetTickCount64());
-}
-
-TEST_F(Resources, PlatformRefusalIsTheLastError) {
-    ClusterResource resource(Open(L"Orvane Job Engine"), L"Orvane Job Engine");
-    ASSERT_TRUE(SimCluster_InjectFailure(L"OnlineClusterResource", 1, 1, ERROR_RESOURCE_NOT_AVAILABLE));
-    EXPECT_FALSE(resource.BringOnline(1000));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_RESOURCE_NOT_AVAILABLE), GetLastError());
-}
-
-TEST_F(Resources, GroupOwnerNetworkNameAndType) {
+TEST_F(Resources, WhatEachKindOfResourceTells) {
     ClusterNetworkNameResource name(Open(L"Orvane Server Name"), L"Orvane Server Name");
     std::wstring text;
     EXPECT_TRUE(name.GetGroupName(text));
@@ -101,17 +99,18 @@ TEST_F(Resources, GroupOwnerNetworkNameAndType) {
     EXPECT_EQ(L"Orvane Server Name", *name.GetResourceName());
 
     // The plain resource asks the platform for the network name its group publishes.
-    ClusterResource service(Open(L"Orvane Job Engine"), L"Orvane Job Engine");
-    EXPECT_TRUE(service.MatchNetworkName(L"orvanesrv"));
+    ClusterResource plain(Open(L"Orvane Job Engine"), L"Orvane Job Engine");
+    EXPECT_TRUE(plain.MatchNetworkName(L"orvanesrv"));
 
     CLUS_RESOURCE_CLASS_INFO classInfo = {};
     ClusterDiskResource disk(Open(L"Cluster Disk 1"), L"Cluster Disk 1");
     EXPECT_TRUE(disk.GetClassInfoW(&classInfo));
     EXPECT_EQ(CLUS_RESCLASS_STORAGE, classInfo.rc);
-}
+    DWORD signature = 0;
+    EXPECT_TRUE(disk.GetSignature(signature));
+    EXPECT_NE(0u, signature);
 
-TEST_F(Resources, PrivatePropertiesOfEachKind) {
-    std::wstring text;
+    // The private properties of each kind.
     ClusterIPResource address(Open(L"Orvane IP Address"), L"Orvane IP Address");
     EXPECT_TRUE(address.GetIPAddress(text));
     EXPECT_EQ(L"10.20.30.40", text);
@@ -122,11 +121,6 @@ TEST_F(Resources, PrivatePropertiesOfEachKind) {
     ASSERT_TRUE(SimCluster_SetResourceProperty(L"Orvane Job Engine", TRUE, L"PendingTimeout", "240000"));
     EXPECT_TRUE(service.GetPendingTimeout(timeout));
     EXPECT_EQ(240000u, timeout);
-
-    ClusterDiskResource disk(Open(L"Cluster Disk 1"), L"Cluster Disk 1");
-    DWORD signature = 0;
-    EXPECT_TRUE(disk.GetSignature(signature));
-    EXPECT_NE(0u, signature);
 
     // Virtual machine ids: any resource may carry them.
     ASSERT_TRUE(SimCluster_SetResourceProperty(L"Orvane Discovery Service", FALSE, L"VmId",

@@ -40,7 +40,9 @@ std::list<std::wstring> NamesOf(const std::list<T*>& resources) {
     return names;
 }
 
-TEST_F(FailoverBackend, FactoryHandsOutTheOpenFailoverBackend) {
+// The factory hands out the open failover backend; this computer in any form
+// is the local target; an unreachable cluster is traced with its name.
+TEST_F(FailoverBackend, Opening) {
     boost::shared_ptr<Cluster> cluster = Cluster::GetInstance(nullptr);
     EXPECT_EQ(Cluster::MSCS, cluster->GetClusterType());
     EXPECT_TRUE(cluster->Open());
@@ -50,9 +52,7 @@ TEST_F(FailoverBackend, FactoryHandsOutTheOpenFailoverBackend) {
     bool isNode = false;
     EXPECT_TRUE(cluster->GetMachineNodeStatus(L"\\\\node2", &isNode));
     EXPECT_TRUE(isNode);
-}
 
-TEST_F(FailoverBackend, ThisComputerInAnyFormIsTheLocalTarget) {
     std::wstring local = OrvGetComputerName();
     std::transform(local.begin(), local.end(), local.begin(), towlower);
     MSCSCluster byName((L"\\\\" + local).c_str());
@@ -62,9 +62,7 @@ TEST_F(FailoverBackend, ThisComputerInAnyFormIsTheLocalTarget) {
     EXPECT_STREQ(L"ORVCLUS01", byName.GetClusterName());  // the cluster's own name once open
     byName.Close();
     byName.Close();  // closing twice is harmless
-}
 
-TEST_F(FailoverBackend, UnreachableClusterIsTracedWithItsName) {
     TraceCapture capture;
     MSCSCluster remote(L"\\\\NO-SUCH-CLUSTER");
     EXPECT_FALSE(remote.ClusterOpen());
@@ -88,6 +86,20 @@ TEST_F(FailoverBackend, NameEnumerations) {
     EXPECT_FALSE(cluster_->GetNodes(names));
     EXPECT_EQ(static_cast<DWORD>(ERROR_NOT_READY), GetLastError());
     EXPECT_EQ(std::list<std::wstring>{orvtest::ThisComputer()}, names);
+    SimCluster_ClearFailures();
+
+    // Resources by type: case-sensitive, keeping those that cannot be opened.
+    EXPECT_TRUE(cluster_->GetResources(names, L"Network Name"));
+    EXPECT_EQ((std::list<std::wstring>{L"Cluster Name", L"Orvane Server Name", L"SQL Network Name (SQLVS01)",
+                                       L"Exchange Network Name"}),
+              names);
+    EXPECT_TRUE(cluster_->GetResources(names, L"network name"));
+    EXPECT_TRUE(names.empty());
+    // The first resource ("Cluster IP Address") cannot be opened: it stays.
+    ASSERT_TRUE(SimCluster_InjectFailure(L"OpenClusterResource", 1, 1, ERROR_ACCESS_DENIED));
+    EXPECT_TRUE(cluster_->GetResources(names, L"Network Name"));
+    EXPECT_EQ(5u, names.size());
+    EXPECT_EQ(L"Cluster IP Address", names.front());
 }
 
 // The backend's names fit 260 characters; a longer one ends its walk as a
@@ -130,22 +142,6 @@ TEST_F(FailoverBackend, ResourcesOutliveTheirBackend) {
     EXPECT_EQ(0u, SimCluster_OpenHandles(SIMCLUSTER_HANDLE_ALL));
 }
 
-TEST_F(FailoverBackend, ResourcesByTypeAreCaseSensitiveAndKeepWhatCannotBeOpened) {
-    std::list<std::wstring> names;
-    EXPECT_TRUE(cluster_->GetResources(names, L"Network Name"));
-    EXPECT_EQ((std::list<std::wstring>{L"Cluster Name", L"Orvane Server Name", L"SQL Network Name (SQLVS01)",
-                                       L"Exchange Network Name"}),
-              names);
-    EXPECT_TRUE(cluster_->GetResources(names, L"network name"));
-    EXPECT_TRUE(names.empty());
-
-    // The first resource ("Cluster IP Address") cannot be opened: it stays.
-    ASSERT_TRUE(SimCluster_InjectFailure(L"OpenClusterResource", 1, 1, ERROR_ACCESS_DENIED));
-    EXPECT_TRUE(cluster_->GetResources(names, L"Network Name"));
-    EXPECT_EQ(5u, names.size());
-    EXPECT_EQ(L"Cluster IP Address", names.front());
-}
-
 TEST_F(FailoverBackend, TypedListsOfNewObjects) {
     std::list<ClusterServiceResource*> services;
     EXPECT_TRUE(cluster_->GetResources(services));
@@ -155,17 +151,16 @@ TEST_F(FailoverBackend, TypedListsOfNewObjects) {
     std::list<ClusterIPResource*> addresses;
     EXPECT_TRUE(cluster_->GetResources(addresses));
     EXPECT_EQ(4u, NamesOf(addresses).size());
-    std::list<ClusterNetworkNameResource*> networkNames;
-    EXPECT_TRUE(cluster_->GetResources(networkNames));
-    EXPECT_EQ(4u, NamesOf(networkNames).size());
+    std::list<ClusterNetworkNameResource*> nameResources;
+    EXPECT_TRUE(cluster_->GetResources(nameResources));
+    EXPECT_EQ(4u, NamesOf(nameResources).size());
     std::list<ClusterDiskResource*> disks;
     EXPECT_TRUE(cluster_->GetResources(disks));
     std::list<std::wstring> diskNames = NamesOf(disks);
     EXPECT_NE(diskNames.end(), std::find(diskNames.begin(), diskNames.end(), L"Cluster Disk 1"));
     for (const std::wstring& name : diskNames) EXPECT_EQ(0u, name.find(L"Cluster Disk")) << name;
-}
 
-TEST_F(FailoverBackend, SharedPointerListsAreBuiltAfresh) {
+    // The shared pointer lists are built afresh.
     auto volumes = cluster_->GetClusterSharedVolumeResources();
     ASSERT_EQ(1u, volumes->size());
     EXPECT_EQ(L"Cluster Disk 3", *volumes->front()->GetResourceName());
@@ -200,7 +195,7 @@ TEST_F(FailoverBackend, SharedVolumesRootIsAskedUntilFound) {
               capture.Messages());
 }
 
-TEST_F(FailoverBackend, DriveNamesOfTheSharedDisks) {
+TEST_F(FailoverBackend, DrivesOfTheSharedDisksAndResourcesOpenedByName) {
     std::list<std::wstring> drives;
     EXPECT_TRUE(cluster_->GetDriveNames(drives));
     for (const wchar_t* drive : {L"Q:", L"S:", L"T:"})
@@ -211,6 +206,18 @@ TEST_F(FailoverBackend, DriveNamesOfTheSharedDisks) {
 
     MSCSCluster closed(nullptr);
     EXPECT_EQ(0u, closed.GetDriveNames(wide));
+
+    // Resources opened by name.
+    std::unique_ptr<ClusterResource> resource(cluster_->OpenResource(L"Orvane Job Engine"));
+    ASSERT_TRUE(resource);
+    std::wstring type;
+    EXPECT_TRUE(resource->GetTypeName(type));
+    EXPECT_EQ(L"Generic Service", type);
+    EXPECT_EQ(nullptr, cluster_->OpenResource(L"No Such Resource"));
+    std::unique_ptr<ClusterDiskResource> disk(cluster_->OpenDiskResource(L"Cluster Disk 2"));
+    ASSERT_TRUE(disk);
+    EXPECT_TRUE(disk->GetDrives(drives));
+    EXPECT_EQ(std::list<std::wstring>{L"T:"}, drives);
 }
 
 // Clusters of version 6.0 on no longer back up their database; older ones do.
@@ -236,20 +243,6 @@ TEST_F(FailoverBackend, DatabaseBackupFollowsTheClusterVersion) {
     RemoveDirectoryW(backup.c_str());
     EXPECT_FALSE(older.BackupDatabase(L"C:\\no\\such\\folder"));
     EXPECT_EQ(static_cast<DWORD>(ERROR_PATH_NOT_FOUND), GetLastError());
-}
-
-TEST_F(FailoverBackend, ResourcesOpenedByName) {
-    std::unique_ptr<ClusterResource> resource(cluster_->OpenResource(L"Orvane Job Engine"));
-    ASSERT_TRUE(resource);
-    std::wstring type;
-    EXPECT_TRUE(resource->GetTypeName(type));
-    EXPECT_EQ(L"Generic Service", type);
-    EXPECT_EQ(nullptr, cluster_->OpenResource(L"No Such Resource"));
-    std::unique_ptr<ClusterDiskResource> disk(cluster_->OpenDiskResource(L"Cluster Disk 2"));
-    ASSERT_TRUE(disk);
-    std::list<std::wstring> drives;
-    EXPECT_TRUE(disk->GetDrives(drives));
-    EXPECT_EQ(std::list<std::wstring>{L"T:"}, drives);
 }
 
 }  // namespace
