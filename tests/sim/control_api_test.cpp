@@ -230,12 +230,11 @@ TEST_F(ControlApi, StateControlsChangeWhatTheEntryPointsAnswer) {
     EXPECT_STREQ(L"NODE2", node);
 
     ASSERT_TRUE(SimCluster_SetResourceState(L"Orvane Job Engine", ClusterResourceFailed));
-    Owned<HGROUP> group = Group(L"Orvane Group");
-    EXPECT_EQ(ClusterGroupPartialOnline, Sim().GetClusterGroupState(group.get(), nullptr, nullptr));
+    EXPECT_EQ(ClusterGroupPartialOnline, GroupStateOf(L"Orvane Group"));
     ASSERT_TRUE(SimCluster_SetGroupState(L"Orvane Group", ClusterGroupFailed));
-    EXPECT_EQ(ClusterGroupFailed, Sim().GetClusterGroupState(group.get(), nullptr, nullptr));
+    EXPECT_EQ(ClusterGroupFailed, GroupStateOf(L"Orvane Group"));
     ASSERT_TRUE(SimCluster_SetGroupState(L"Orvane Group", SIMCLUSTER_GROUP_STATE_DERIVED));
-    EXPECT_EQ(ClusterGroupPartialOnline, Sim().GetClusterGroupState(group.get(), nullptr, nullptr));
+    EXPECT_EQ(ClusterGroupPartialOnline, GroupStateOf(L"Orvane Group"));
 
     EXPECT_FALSE(SimCluster_SetResourceState(L"Nothing", ClusterResourceOnline));
     EXPECT_EQ("no resource is named 'Nothing'", Utf8(SimCluster_LastError()));

@@ -19,21 +19,6 @@ Record RecordOf(const ValueEntry& entry, DWORD syntax) {
     return record;
 }
 
-std::wstring FindText(const std::vector<BYTE>& list, const wchar_t* name, DWORD* result = nullptr) {
-    wchar_t* value = nullptr;
-    DWORD status = Sim().ResUtilFindSzProperty(list.data(), static_cast<DWORD>(list.size()), name, &value);
-    if (result) *result = status;
-    std::wstring text = value ? value : L"";
-    LocalFree(value);
-    return text;
-}
-
-DWORD FindNumber(const std::vector<BYTE>& list, const wchar_t* name) {
-    DWORD value = 0xDEADBEEF;
-    Sim().ResUtilFindDwordProperty(list.data(), static_cast<DWORD>(list.size()), name, &value);
-    return value;
-}
-
 std::wstring TextOf(const std::vector<BYTE>& data) {
     return std::wstring(reinterpret_cast<const wchar_t*>(data.data()), data.size() / sizeof(wchar_t));
 }
@@ -70,12 +55,10 @@ TEST_F(ControlCode, PropertiesAreAPropertyListLaidOutByteForByte) {
     EXPECT_EQ(0x00010008u, entries[2].first);  // CLUSPROP_SYNTAX_LIST_VALUE_EXPANDED_SZ
     EXPECT_EQ(std::wstring(expanded) + L'\0', TextOf(entries[2].second));
     EXPECT_NE(std::wstring(expanded), L"%SystemRoot%\\x");
-    EXPECT_EQ(L"%SystemRoot%\\x", FindText(list, L"Path"));
+    EXPECT_EQ(L"%SystemRoot%\\x", TextIn(list, L"Path"));
     // Callers may not send an expanded string.
-    DWORD result = 0;
-    ResourceControl(L"E", CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES, ListBuilder().Text(L"Path", L"C:\\x", 0x00010008).Bytes(),
-                    &result);
-    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), result);
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), ControlStatus(L"E", CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES,
+                                                            ListBuilder().Text(L"Path", L"C:\\x", 0x00010008).Bytes()));
 }
 
 TEST_F(ControlCode, NoBufferAsksForTheSizeAndAShortOneGetsMoreDataWithIt) {
@@ -94,43 +77,39 @@ TEST_F(ControlCode, NoBufferAsksForTheSizeAndAShortOneGetsMoreDataWithIt) {
 TEST_F(ControlCode, SettingPropertiesMergesAListAndAnOnlineResourceKeepsThemForItsNextStart) {
     std::vector<BYTE> change = ListBuilder().Text(L"address", L"10.20.30.41").Number(L"Extra", 7).Bytes();
     const DWORD set = CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES, get = CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES;
-    DWORD result = 0;
-    ResourceControl(L"Orvane IP Address", set, change, &result);
-    EXPECT_EQ(DWORD(ERROR_RESOURCE_PROPERTIES_STORED), result);
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_PROPERTIES_STORED), ControlStatus(L"Orvane IP Address", set, change));
     std::vector<BYTE> now = ResourceControl(L"Orvane IP Address", get);
-    EXPECT_EQ(L"10.20.30.41", FindText(now, L"Address"));
-    EXPECT_EQ(L"255.255.255.0", FindText(now, L"SubnetMask"));
-    EXPECT_EQ(7u, FindNumber(now, L"Extra"));
+    EXPECT_EQ(L"10.20.30.41", TextIn(now, L"Address"));
+    EXPECT_EQ(L"255.255.255.0", TextIn(now, L"SubnetMask"));
+    EXPECT_EQ(7u, NumberIn(now, L"Extra"));
 
     // Offline, the change is applied at once; a truncated list changes nothing.
     ASSERT_TRUE(SimCluster_SetResourceState(L"Orvane IP Address", ClusterResourceOffline));
-    ResourceControl(L"Orvane IP Address", set, change, &result);
-    EXPECT_EQ(DWORD(ERROR_SUCCESS), result);
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), ControlStatus(L"Orvane IP Address", set, change));
     std::vector<BYTE> truncated = ListBuilder().Text(L"Address", L"1.2.3.4").Bytes();
-    ResourceControl(L"Orvane IP Address", set, truncated.data(), static_cast<DWORD>(truncated.size() - 6), &result);
-    EXPECT_EQ(DWORD(ERROR_INVALID_DATA), result);
-    EXPECT_EQ(L"10.20.30.41", FindText(ResourceControl(L"Orvane IP Address", get), L"Address"));
+    truncated.resize(truncated.size() - 6);
+    EXPECT_EQ(DWORD(ERROR_INVALID_DATA), ControlStatus(L"Orvane IP Address", set, truncated));
+    EXPECT_EQ(L"10.20.30.41", TextIn(ResourceControl(L"Orvane IP Address", get), L"Address"));
 
     // Common properties keep their format; "Name" renames the resource.
     const DWORD setCommon = CLUSCTL_RESOURCE_SET_COMMON_PROPERTIES;
-    ResourceControl(L"Orvane Job Engine", setCommon, ListBuilder().Text(L"PendingTimeout", L"soon").Bytes(), &result);
-    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), result);
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), ControlStatus(L"Orvane Job Engine", setCommon,
+                                                            ListBuilder().Text(L"PendingTimeout", L"soon").Bytes()));
     Owned<HRESOURCE> before = Resource(L"Orvane Job Engine");
-    ResourceControl(L"orvane job engine", setCommon, ListBuilder().Text(L"Name", L"Job (old)").Bytes(), &result);
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), result);
+    ASSERT_EQ(DWORD(ERROR_SUCCESS),
+              ControlStatus(L"orvane job engine", setCommon, ListBuilder().Text(L"Name", L"Job (old)").Bytes()));
     EXPECT_EQ(nullptr, Sim().OpenClusterResource(cluster_.get(), L"Orvane Job Engine"));
     EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), GetLastError());
     EXPECT_TRUE(Resource(L"JOB (OLD)"));
     EXPECT_EQ(ClusterResourceOnline, Sim().GetClusterResourceState(before.get(), nullptr, nullptr, nullptr, nullptr));
-    ResourceControl(L"Job (old)", setCommon, ListBuilder().Text(L"Name", L"orvane tape engine").Bytes(), &result);
-    EXPECT_EQ(DWORD(ERROR_OBJECT_ALREADY_EXISTS), result);
+    EXPECT_EQ(DWORD(ERROR_OBJECT_ALREADY_EXISTS),
+              ControlStatus(L"Job (old)", setCommon, ListBuilder().Text(L"Name", L"orvane tape engine").Bytes()));
 }
 
 TEST_F(ControlCode, RegistryCheckpointsAreAddedOnceListedAndDeleted) {
     auto send = [&](DWORD code, const std::wstring& key) {
-        DWORD result = 0;
-        ResourceControl(L"Orvane Tape Engine", code, key.c_str(), static_cast<DWORD>((key.size() + 1) * 2), &result);
-        return result;
+        const BYTE* bytes = reinterpret_cast<const BYTE*>(key.c_str());
+        return ControlStatus(L"Orvane Tape Engine", code, std::vector<BYTE>(bytes, bytes + (key.size() + 1) * 2));
     };
     EXPECT_EQ(DWORD(ERROR_SUCCESS), send(CLUSCTL_RESOURCE_ADD_REGISTRY_CHECKPOINT, L"SOFTWARE\\Orv\\Extra"));
     EXPECT_EQ(DWORD(ERROR_ALREADY_EXISTS), send(CLUSCTL_RESOURCE_ADD_REGISTRY_CHECKPOINT, L"software\\orv\\EXTRA"));
@@ -159,9 +138,8 @@ TEST_F(ControlCode, StorageControlsNamePartitionsWithoutABackslash) {
     EXPECT_STREQ(L"S:", RecordOf<CLUS_PARTITION_INFO>(entries.back(), CLUSPROP_SYNTAX_PARTITION_INFO).szDeviceName);
     EXPECT_EQ(std::wstring(L"Physical Disk") + L'\0',
               TextOf(ResourceControl(L"Cluster Disk 1", CLUSCTL_RESOURCE_GET_RESOURCE_TYPE)));
-    DWORD result = 0;
-    ResourceControl(L"Orvane IP Address", CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO_EX, nullptr, 0, &result);
-    EXPECT_EQ(DWORD(ERROR_INVALID_FUNCTION), result);
+    EXPECT_EQ(DWORD(ERROR_INVALID_FUNCTION),
+              ControlStatus(L"Orvane IP Address", CLUSCTL_RESOURCE_STORAGE_GET_DISK_INFO_EX));
 
     // A shared volume's partitions are named by its mount point.
     auto volumes = ValueEntries(ResourceControl(L"Cluster Disk 3", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_INFO));
@@ -176,11 +154,11 @@ TEST_F(ControlCode, StorageControlsNamePartitionsWithoutABackslash) {
     ASSERT_EQ(1u, partitions.size());
     EXPECT_STREQ(L"C:\\ClusterStorage\\Volume1",
                  RecordOf<CLUS_PARTITION_INFO_EX>(partitions[0], CLUSPROP_SYNTAX_PARTITION_INFO_EX).szDeviceName);
-    ResourceControl(L"Cluster Disk 1", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_PARTITION_INFO, nullptr, 0, &result);
-    EXPECT_EQ(DWORD(ERROR_INVALID_FUNCTION), result);
-    ASSERT_TRUE(SimCluster_SetResourceState(L"Cluster Disk 3", ClusterResourceOffline));
-    ResourceControl(L"Cluster Disk 3", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_INFO, nullptr, 0, &result);
-    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_ONLINE), result);
+    EXPECT_EQ(DWORD(ERROR_INVALID_FUNCTION),
+              ControlStatus(L"Cluster Disk 1", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_PARTITION_INFO));
+    SetOffline({L"Cluster Disk 3"});
+    EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_ONLINE),
+              ControlStatus(L"Cluster Disk 3", CLUSCTL_RESOURCE_STORAGE_GET_SHARED_VOLUME_INFO));
 }
 
 TEST_F(ControlCode, ClassInfoIsTheClassOfTheResourceTypeOnTheClustersVersion) {
@@ -218,9 +196,10 @@ TEST_F(ControlCode, ClusterAndNetworkControlsGiveTheirCommonProperties) {
     };
     DWORD result = 0;
     EXPECT_EQ(L"C:\\ClusterStorage",
-              FindText(clusterControl(CLUSCTL_CLUSTER_GET_RO_COMMON_PROPERTIES, &result), L"SharedVolumesRoot"));
-    FindText(clusterControl(CLUSCTL_CLUSTER_GET_COMMON_PROPERTIES, &result), L"SharedVolumesRoot", &result);
-    EXPECT_EQ(DWORD(ERROR_FILE_NOT_FOUND), result);
+              TextIn(clusterControl(CLUSCTL_CLUSTER_GET_RO_COMMON_PROPERTIES, &result), L"SharedVolumesRoot"));
+    std::vector<BYTE> common = clusterControl(CLUSCTL_CLUSTER_GET_COMMON_PROPERTIES, &result);
+    EXPECT_EQ(DWORD(ERROR_SUCCESS), result);
+    EXPECT_EQ(DWORD(ERROR_FILE_NOT_FOUND), FindText(common.data(), common.size(), L"SharedVolumesRoot"));
     clusterControl(CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES, &result);
     EXPECT_EQ(DWORD(ERROR_INVALID_FUNCTION), result);
 
@@ -231,8 +210,8 @@ TEST_F(ControlCode, ClusterAndNetworkControlsGiveTheirCommonProperties) {
               Sim().ClusterNetworkControl(heartbeat.get(), nullptr, CLUSCTL_NETWORK_GET_COMMON_PROPERTIES, nullptr, 0,
                                           properties.data(), 512, &returned));
     properties.resize(returned);
-    EXPECT_EQ(DWORD(ClusterNetworkRoleInternalUse), FindNumber(properties, L"Role"));
-    EXPECT_EQ(L"Heartbeat", FindText(properties, L"Name"));
+    EXPECT_EQ(DWORD(ClusterNetworkRoleInternalUse), NumberIn(properties, L"Role"));
+    EXPECT_EQ(L"Heartbeat", TextIn(properties, L"Name"));
 
     // A control sent through another node than the resource's owner is refused.
     Owned<HNODE> node2 = Node(L"NODE2");

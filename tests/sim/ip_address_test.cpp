@@ -8,9 +8,6 @@ namespace {
 
 class IpAddresses : public SimulatorTest {
 protected:
-    void SetOffline(std::initializer_list<const wchar_t*> names) {
-        for (const wchar_t* name : names) ASSERT_TRUE(SimCluster_SetResourceState(name, ClusterResourceOffline));
-    }
     // A scratch group and IP Address resource "TestNullRes13", made and
     // given its private properties (those not null) as a program does.
     void CreateAddress(const wchar_t* address, const wchar_t* network, DWORD anyNetwork) {
@@ -21,9 +18,8 @@ protected:
         properties.Text(L"SubnetMask", L"255.255.255.0").Number(L"OverrideAddressMatch", anyNetwork);
         if (address) properties.Text(L"Address", address);
         if (network) properties.Text(L"Network", network);
-        DWORD result = ERROR_GEN_FAILURE;
-        ResourceControl(L"TestNullRes13", CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES, properties.Bytes(), &result);
-        ASSERT_EQ(DWORD(ERROR_SUCCESS), result);
+        ASSERT_EQ(DWORD(ERROR_SUCCESS),
+                  ControlStatus(L"TestNullRes13", CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES, properties.Bytes()));
     }
     // Asks the resource online: it stays pending for the cluster's 500 ms,
     // then ends in the state answered.

@@ -31,12 +31,12 @@ TEST_F(Provisioning, CreatedGroupsAndResourcesCanBeUsedAndDeletedAndLeaveNoTrace
     ASSERT_TRUE(resource);
     EXPECT_EQ(L"NULLTESTGRP13", GroupOf(resource.get()));
     EXPECT_EQ(DWORD(ERROR_DIR_NOT_EMPTY), Sim().DeleteClusterGroup(group.get()));
-    DWORD stored = ERROR_GEN_FAILURE;
-    ResourceControl(L"TestNullRes13", CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES,
-                    ListBuilder().Text(L"Address", L"10.20.30.99").Text(L"SubnetMask", L"255.255.255.0")
-                        .Text(L"Network", L"Public").Bytes(),
-                    &stored);
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), stored);
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), ControlStatus(L"TestNullRes13", CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES,
+                                                  ListBuilder()
+                                                      .Text(L"Address", L"10.20.30.99")
+                                                      .Text(L"SubnetMask", L"255.255.255.0")
+                                                      .Text(L"Network", L"Public")
+                                                      .Bytes()));
     EXPECT_EQ(DWORD(ERROR_IO_PENDING), Sim().OnlineClusterResource(resource.get()));  // like any other resource
     SimClock_Sleep(500);
     EXPECT_EQ(DWORD(ERROR_RESOURCE_ONLINE), Sim().DeleteClusterResource(resource.get()));

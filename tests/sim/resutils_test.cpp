@@ -43,16 +43,6 @@ private:
     BYTE* base_ = nullptr;
 };
 
-DWORD FindText(const void* list, DWORD size, const wchar_t* name, std::wstring* text = nullptr) {
-    wchar_t* value = nullptr;
-    DWORD result = Sim().ResUtilFindSzProperty(list, size, name, &value);
-    if (result == ERROR_SUCCESS && text) *text = value;
-    if (value) {
-        EXPECT_EQ(nullptr, LocalFree(value)) << "the copy comes from LocalAlloc";
-    }
-    return result;
-}
-
 TEST(ResourceUtilities, LookupsMatchNamesWithoutRegardToCaseAndTheFirstMatchWins) {
     std::vector<BYTE> list = SampleList();
     DWORD size = static_cast<DWORD>(list.size());

@@ -78,6 +78,28 @@ std::vector<ValueEntry> ValueEntries(const BYTE* list, size_t size) {
     return entries;
 }
 
+DWORD FindText(const void* list, size_t size, const wchar_t* name, std::wstring* text) {
+    wchar_t* value = nullptr;
+    DWORD result = Sim().ResUtilFindSzProperty(list, static_cast<DWORD>(size), name, &value);
+    if (result == ERROR_SUCCESS && text) *text = value;
+    if (value) {
+        EXPECT_EQ(nullptr, LocalFree(value)) << "the copy comes from LocalAlloc";
+    }
+    return result;
+}
+
+std::wstring TextIn(const std::vector<BYTE>& list, const wchar_t* name) {
+    std::wstring text;
+    FindText(list.data(), list.size(), name, &text);
+    return text;
+}
+
+DWORD NumberIn(const std::vector<BYTE>& list, const wchar_t* name) {
+    DWORD value = 0xDEADBEEF;
+    Sim().ResUtilFindDwordProperty(list.data(), static_cast<DWORD>(list.size()), name, &value);
+    return value;
+}
+
 std::string SavedScenario() {
     DWORD size = 0;
     EXPECT_FALSE(SimCluster_SaveScenarioText(nullptr, &size));

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -83,6 +84,12 @@ inline std::vector<ValueEntry> ValueEntries(const std::vector<BYTE>& list) {
     return ValueEntries(list.data(), list.size());
 }
 
+// What ResUtilFindSzProperty answers; the copy it makes must come from LocalAlloc.
+DWORD FindText(const void* list, size_t size, const wchar_t* name, std::wstring* text = nullptr);
+// A property's text or number in a list, "" or 0xDEADBEEF when the lookup fails.
+std::wstring TextIn(const std::vector<BYTE>& list, const wchar_t* name);
+DWORD NumberIn(const std::vector<BYTE>& list, const wchar_t* name);
+
 // Loads the demo cluster before each test, with failures and counters
 // cleared, and checks afterwards that the test closed every handle.
 class SimulatorTest : public ::testing::Test {
@@ -106,9 +113,21 @@ protected:
                                       DWORD* result) {
         return ResourceControl(resource, code, input.data(), static_cast<DWORD>(input.size()), result);
     }
+    // The status a control answers.
+    DWORD ControlStatus(const wchar_t* resource, DWORD code, const std::vector<BYTE>& input = {}) {
+        DWORD result = ERROR_GEN_FAILURE;
+        ResourceControl(resource, code, input, &result);
+        return result;
+    }
     // The names an enumeration gives, through ClusterEnum.
     std::vector<std::wstring> ClusterNames(DWORD types);
     CLUSTER_RESOURCE_STATE StateOf(const wchar_t* resource);
+    CLUSTER_GROUP_STATE GroupStateOf(const wchar_t* group) {
+        return Sim().GetClusterGroupState(Group(group).get(), nullptr, nullptr);
+    }
+    void SetOffline(std::initializer_list<const wchar_t*> names) {
+        for (const wchar_t* name : names) ASSERT_TRUE(SimCluster_SetResourceState(name, ClusterResourceOffline));
+    }
     DWORD Online(const wchar_t* name) { return Sim().OnlineClusterResource(Resource(name).get()); }
     DWORD Offline(const wchar_t* name) { return Sim().OfflineClusterResource(Resource(name).get()); }
 

@@ -9,9 +9,6 @@ namespace {
 
 class States : public SimulatorTest {
 protected:
-    void SetOffline(std::initializer_list<const wchar_t*> names) {
-        for (const wchar_t* name : names) ASSERT_TRUE(SimCluster_SetResourceState(name, ClusterResourceOffline));
-    }
     // Sleeps until `ms` after `start`, which must not have passed yet.
     void SleepUntil(ULONGLONG start, DWORD ms) {
         const ULONGLONG now = SimClock_GetTickCount64();
@@ -58,12 +55,11 @@ TEST_F(States, APendingResourceRefusesOnlineAndOfflineUntilItsTransitionEnds) {
     SetOffline({L"Orvane Discovery Service"});
     ASSERT_EQ(DWORD(ERROR_IO_PENDING), Online(L"Orvane Discovery Service"));
     EXPECT_EQ(ClusterResourceOnlinePending, StateOf(L"Orvane Discovery Service"));
-    Owned<HGROUP> group = Group(L"Orvane Group");
-    EXPECT_EQ(ClusterGroupPending, Sim().GetClusterGroupState(group.get(), nullptr, nullptr));
+    EXPECT_EQ(ClusterGroupPending, GroupStateOf(L"Orvane Group"));
     EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Online(L"Orvane Discovery Service"));
     EXPECT_EQ(DWORD(ERROR_INVALID_STATE), Offline(L"Orvane Discovery Service"));
     SimClock_Sleep(500);
-    EXPECT_EQ(ClusterGroupOnline, Sim().GetClusterGroupState(group.get(), nullptr, nullptr));
+    EXPECT_EQ(ClusterGroupOnline, GroupStateOf(L"Orvane Group"));
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Online(L"Orvane Discovery Service"));
 
     ASSERT_EQ(DWORD(ERROR_IO_PENDING), Offline(L"Orvane Discovery Service"));
