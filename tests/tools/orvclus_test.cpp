@@ -430,7 +430,6 @@ TEST(Orvclus, AnswersInWordsAndAsJson) {
         {L"", "no command"},
         {L"frobnicate", "'frobnicate'"},
         {L"status \"\"", "is empty"},
-        {L"backup-db \"\"", "is empty"},
         {L"status --foo", "'status' has no option '--foo'"},
         {L"--foo status", "'status' has no option '--foo'"},
         {L"definition --machine N", "'definition' has no option '--machine'"},
