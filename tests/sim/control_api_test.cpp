@@ -170,44 +170,35 @@ TEST_F(ControlApi, HandlesDieWithTheirClusterHandleAndStayCountedUntilClosed) {
     wchar_t name[64];
     DWORD length = 64, type = 0, returned = 0;
     auto lastError = [](bool failed) { return failed ? GetLastError() : DWORD(ERROR_SUCCESS); };
+    const DWORD classInfo = CLUSCTL_RESOURCE_GET_CLASS_INFO, common = CLUSCTL_NETWORK_GET_COMMON_PROPERTIES;
+    const DWORD bytes = sizeof name;
     struct Use {
         const char* what;
         std::function<DWORD()> call;
     } uses[] = {
-        {"GetClusterInformation", [&] { return Sim().GetClusterInformation(cluster, name, &length, nullptr); }},
-        {"OpenClusterResource", [&] { return lastError(!Sim().OpenClusterResource(cluster, L"Orvane Job Engine")); }},
-        {"GetClusterResourceState",
-         [&] { return lastError(Sim().GetClusterResourceState(resource, nullptr, nullptr, nullptr, nullptr) < 0); }},
-        {"OnlineClusterResource", [&] { return Sim().OnlineClusterResource(resource); }},
-        {"ClusterResourceControl",
-         [&] {
-             return Sim().ClusterResourceControl(resource, nullptr, CLUSCTL_RESOURCE_GET_CLASS_INFO, nullptr, 0, name,
-                                                 sizeof name, &returned);
-         }},
-        {"GetClusterResourceNetworkName",
-         [&] { return lastError(!Sim().GetClusterResourceNetworkName(resource, name, &length)); }},
-        {"ClusterResourceOpenEnum",
-         [&] { return lastError(!Sim().ClusterResourceOpenEnum(resource, CLUSTER_RESOURCE_ENUM_NODES)); }},
-        {"GetClusterGroupState", [&] { return lastError(Sim().GetClusterGroupState(group, nullptr, nullptr) < 0); }},
-        {"OnlineClusterGroup", [&] { return Sim().OnlineClusterGroup(group, nullptr); }},
-        {"AddClusterResourceNode", [&] { return Sim().AddClusterResourceNode(elsewhere.get(), node); }},
-        {"ClusterNetworkControl",
-         [&] {
-             return Sim().ClusterNetworkControl(network, nullptr, CLUSCTL_NETWORK_GET_COMMON_PROPERTIES, nullptr, 0,
-                                                name, sizeof name, &returned);
-         }},
-        {"ClusterEnum", [&] { return Sim().ClusterEnum(nodes, 0, &type, name, &length); }},
-        {"ClusterResourceEnum", [&] { return Sim().ClusterResourceEnum(owners, 0, &type, name, &length); }},
-        {"ClusterGroupEnum", [&] { return Sim().ClusterGroupEnum(members, 0, &type, name, &length); }},
-        // Closing a dead handle fails too, but forgets it.
-        {"CloseClusterResource", [&] { return lastError(!Sim().CloseClusterResource(resource)); }},
-        {"CloseClusterGroup", [&] { return lastError(!Sim().CloseClusterGroup(group)); }},
-        {"CloseClusterNode", [&] { return lastError(!Sim().CloseClusterNode(node)); }},
-        {"CloseClusterNetwork", [&] { return lastError(!Sim().CloseClusterNetwork(network)); }},
-        {"ClusterCloseEnum", [&] { return Sim().ClusterCloseEnum(nodes); }},
-        {"ClusterResourceCloseEnum", [&] { return Sim().ClusterResourceCloseEnum(owners); }},
-        {"ClusterGroupCloseEnum", [&] { return Sim().ClusterGroupCloseEnum(members); }},
-        {"CloseClusterNode again", [&] { return lastError(!Sim().CloseClusterNode(node)); }},
+        {SIMTEST_CALL(Sim().GetClusterInformation(cluster, name, &length, nullptr))},
+        {SIMTEST_CALL(lastError(!Sim().OpenClusterResource(cluster, L"Orvane Job Engine")))},
+        {SIMTEST_CALL(lastError(Sim().GetClusterResourceState(resource, nullptr, nullptr, nullptr, nullptr) < 0))},
+        {SIMTEST_CALL(Sim().OnlineClusterResource(resource))},
+        {SIMTEST_CALL(Sim().ClusterResourceControl(resource, nullptr, classInfo, nullptr, 0, name, bytes, &returned))},
+        {SIMTEST_CALL(lastError(!Sim().GetClusterResourceNetworkName(resource, name, &length)))},
+        {SIMTEST_CALL(lastError(!Sim().ClusterResourceOpenEnum(resource, CLUSTER_RESOURCE_ENUM_NODES)))},
+        {SIMTEST_CALL(lastError(Sim().GetClusterGroupState(group, nullptr, nullptr) < 0))},
+        {SIMTEST_CALL(Sim().OnlineClusterGroup(group, nullptr))},
+        {SIMTEST_CALL(Sim().AddClusterResourceNode(elsewhere.get(), node))},
+        {SIMTEST_CALL(Sim().ClusterNetworkControl(network, nullptr, common, nullptr, 0, name, bytes, &returned))},
+        {SIMTEST_CALL(Sim().ClusterEnum(nodes, 0, &type, name, &length))},
+        {SIMTEST_CALL(Sim().ClusterResourceEnum(owners, 0, &type, name, &length))},
+        {SIMTEST_CALL(Sim().ClusterGroupEnum(members, 0, &type, name, &length))},
+        // Closing a dead handle fails too, but forgets it: the second close of the node finds nothing.
+        {SIMTEST_CALL(lastError(!Sim().CloseClusterResource(resource)))},
+        {SIMTEST_CALL(lastError(!Sim().CloseClusterGroup(group)))},
+        {SIMTEST_CALL(lastError(!Sim().CloseClusterNode(node)))},
+        {SIMTEST_CALL(lastError(!Sim().CloseClusterNetwork(network)))},
+        {SIMTEST_CALL(Sim().ClusterCloseEnum(nodes))},
+        {SIMTEST_CALL(Sim().ClusterResourceCloseEnum(owners))},
+        {SIMTEST_CALL(Sim().ClusterGroupCloseEnum(members))},
+        {SIMTEST_CALL(lastError(!Sim().CloseClusterNode(node)))},
     };
     for (const Use& use : uses) {
         SetLastError(0);

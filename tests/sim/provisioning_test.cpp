@@ -1,6 +1,7 @@
 // Changes to the cluster: groups, resources, dependencies, possible owners,
 // and the cluster database's backup and restore.
 
+#include <functional>
 #include <string>
 
 #include "sim_test.h"
@@ -48,7 +49,9 @@ TEST_F(Provisioning, CreatedGroupsAndResourcesCanBeUsedAndDeletedAndLeaveNoTrace
     EXPECT_EQ(nullptr, Sim().OpenClusterResource(cluster_.get(), L"TestNullRes13"));
     EXPECT_EQ(DWORD(ERROR_RESOURCE_NOT_FOUND), GetLastError());
     EXPECT_EQ(count + 1, ClusterNames(CLUSTER_ENUM_RESOURCE).size());
-    for (const std::wstring& name : ClusterNames(CLUSTER_ENUM_RESOURCE)) EXPECT_TRUE(Resource(name.c_str())) << Utf8(name);
+    for (const std::wstring& name : ClusterNames(CLUSTER_ENUM_RESOURCE)) {
+        EXPECT_TRUE(Resource(name.c_str())) << Utf8(name);
+    }
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterResource(next.get()));
     EXPECT_EQ(DWORD(ERROR_SUCCESS), Sim().DeleteClusterGroup(group.get()));
     EXPECT_EQ(nullptr, Sim().OpenClusterGroup(cluster_.get(), L"NULLTESTGRP13"));
@@ -102,38 +105,56 @@ TEST_F(Provisioning, ChangingTheGroupOfAResourceMovesItsWholeDependencyTree) {
               Sim().ChangeClusterResourceGroup(discovery.get(), elsewhere.get()));
 }
 
+// Names come in characters, the terminator counted on the way in but not on
+// the way out; a buffer one short gets ERROR_MORE_DATA and the length needed.
 TEST_F(Provisioning, NamesFollowTheLengthConventions) {
-    Owned<HRESOURCE> job = Resource(L"Orvane Job Engine");
-    wchar_t name[16], device[16];
-    DWORD length = 10;
-    ASSERT_TRUE(Sim().GetClusterResourceNetworkName(job.get(), name, &length));
-    EXPECT_STREQ(L"ORVANESRV", name);
-    EXPECT_EQ(9u, length);
-    length = 9;
-    EXPECT_FALSE(Sim().GetClusterResourceNetworkName(job.get(), name, &length));
-    EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
-    EXPECT_EQ(9u, length);
-    Owned<HRESOURCE> disk = Resource(L"Cluster Disk 1");
-    EXPECT_FALSE(Sim().GetClusterResourceNetworkName(disk.get(), name, &length));
-    EXPECT_EQ(DWORD(ERROR_DEPENDENCY_NOT_FOUND), GetLastError());
-
-    DWORD nameLength = 16, deviceLength = 3, logSize = 0;
-    EXPECT_EQ(DWORD(ERROR_MORE_DATA),
-              Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device, &deviceLength, &logSize));
-    EXPECT_EQ(14u, nameLength);
-    EXPECT_EQ(11u, deviceLength);
-    nameLength = deviceLength = 16;
-    ASSERT_EQ(DWORD(ERROR_SUCCESS),
-              Sim().GetClusterQuorumResource(cluster_.get(), name, &nameLength, device, &deviceLength, &logSize));
-    EXPECT_STREQ(L"Cluster Disk Q", name);
-    EXPECT_STREQ(L"Q:\\Cluster\\", device);
+    Owned<HRESOURCE> sql = Resource(L"SQL Server (MSSQLSERVER)"), job = Resource(L"Orvane Job Engine");
+    Owned<HGROUP> sqlGroup = Group(L"SQL Server (MSSQLSERVER)");
+    wchar_t other[64];
+    DWORD otherLength = 64, logSize = 0;
+    auto ok = [](bool succeeded) { return succeeded ? DWORD(ERROR_SUCCESS) : GetLastError(); };
+    const auto state = Sim().GetClusterResourceState;
+    const auto quorum = Sim().GetClusterQuorumResource;
+    struct NameQuery {
+        const char* what;
+        std::wstring expected;
+        std::function<DWORD(wchar_t*, DWORD*)> call;
+    } queries[] = {
+#define SIMTEST_NAME(what, expected, call) {what, expected, [&](wchar_t* t, DWORD* n) { return call; }}
+        SIMTEST_NAME("resource owner", L"NODE2", ok(state(sql.get(), t, n, nullptr, nullptr) == ClusterResourceOnline)),
+        SIMTEST_NAME("resource group", L"SQL Server (MSSQLSERVER)",
+                     ok(state(sql.get(), nullptr, nullptr, t, n) == ClusterResourceOnline)),
+        SIMTEST_NAME("group owner", L"NODE2",
+                     ok(Sim().GetClusterGroupState(sqlGroup.get(), t, n) == ClusterGroupOnline)),
+        SIMTEST_NAME("network name", L"ORVANESRV", ok(Sim().GetClusterResourceNetworkName(job.get(), t, n))),
+        SIMTEST_NAME("quorum resource", L"Cluster Disk Q",
+                     quorum(cluster_.get(), t, n, other, &(otherLength = 64), &logSize)),
+        SIMTEST_NAME("quorum device", L"Q:\\Cluster\\",
+                     quorum(cluster_.get(), other, &(otherLength = 64), t, n, &logSize)),
+        SIMTEST_NAME("cluster name", L"ORVCLUS01", Sim().GetClusterInformation(cluster_.get(), t, n, nullptr)),
+#undef SIMTEST_NAME
+    };
+    for (const NameQuery& query : queries) {
+        SCOPED_TRACE(query.what);
+        wchar_t text[64];
+        const DWORD size = static_cast<DWORD>(query.expected.size());
+        DWORD length = size + 1;
+        ASSERT_EQ(DWORD(ERROR_SUCCESS), query.call(text, &length));
+        EXPECT_EQ(query.expected, text);
+        EXPECT_EQ(size, length);
+        length = size;
+        EXPECT_EQ(DWORD(ERROR_MORE_DATA), query.call(text, &length));
+        EXPECT_EQ(size, length);
+    }
     EXPECT_EQ(4194304u, logSize);
+    Owned<HRESOURCE> disk = Resource(L"Cluster Disk 1");
+    EXPECT_FALSE(Sim().GetClusterResourceNetworkName(disk.get(), other, &otherLength));
+    EXPECT_EQ(DWORD(ERROR_DEPENDENCY_NOT_FOUND), GetLastError());
 
     CLUSTERVERSIONINFO version = {};
     version.dwVersionInfoSize = sizeof version;
-    nameLength = 10;
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().GetClusterInformation(cluster_.get(), name, &nameLength, &version));
-    EXPECT_STREQ(L"ORVCLUS01", name);
+    otherLength = 64;
+    ASSERT_EQ(DWORD(ERROR_SUCCESS), Sim().GetClusterInformation(cluster_.get(), other, &otherLength, &version));
     EXPECT_EQ(6, version.MajorVersion);
     EXPECT_EQ(7601, version.BuildNumber);
     EXPECT_STREQ(L"Service Pack 1", version.szCSDVersion);

@@ -87,7 +87,9 @@ TEST(ResourceUtilities, BrokenListsAreNeverReadPastTheirSize) {
         const DWORD size = static_cast<DWORD>(broken.size() - next() % 8);
         const BYTE* placed = guarded.Place(broken.data(), size);
         DWORD number = 0;
-        for (DWORD result : {Sim().ResUtilFindDwordProperty(placed, size, L"Count", &number), FindText(placed, size, L"NAME")})
+        const DWORD results[] = {Sim().ResUtilFindDwordProperty(placed, size, L"Count", &number),
+                                 FindText(placed, size, L"NAME")};
+        for (DWORD result : results)
             EXPECT_TRUE(result == ERROR_SUCCESS || result == ERROR_INVALID_DATA || result == ERROR_FILE_NOT_FOUND)
                 << "round " << round << ": " << result;
     }

@@ -21,6 +21,9 @@
 #include "harness/wine_paths.h"
 #include "simcluster.h"
 
+// A row of a table of calls: the call, and its text to name the row.
+#define SIMTEST_CALL(call) #call, [&] { return call; }
+
 namespace simtest {
 
 // Every entry point, looked up by name in the simulator's DLLs.
@@ -63,7 +66,8 @@ std::string SavedScenario();
 class ListBuilder {
 public:
     ListBuilder& Add(const std::wstring& name, DWORD syntax, const void* data, size_t size);
-    ListBuilder& Text(const std::wstring& name, const std::wstring& text, DWORD syntax = CLUSPROP_SYNTAX_LIST_VALUE_SZ) {
+    ListBuilder& Text(const std::wstring& name, const std::wstring& text,
+                      DWORD syntax = CLUSPROP_SYNTAX_LIST_VALUE_SZ) {
         return Add(name, syntax, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
     }
     ListBuilder& Number(const std::wstring& name, DWORD value) {

@@ -147,25 +147,18 @@ TEST_F(States, EachStateQueryTakesAMillisecondSoThatAPollWithoutPauseSeesTheReso
     // Every answer takes the time but one that an injected failure gives.
     wchar_t node[2];
     DWORD length = 2;
+    const auto query = Sim().GetClusterResourceState;
     struct Query {
         const char* what;
         std::function<CLUSTER_RESOURCE_STATE()> call;
         DWORD error;
         ULONGLONG cost;
     } cases[] = {
-        {"buffer too small",
-         [&] { return Sim().GetClusterResourceState(resource.get(), node, &length, nullptr, nullptr); },
-         ERROR_MORE_DATA, 1},
-        {"name without length",
-         [&] { return Sim().GetClusterResourceState(resource.get(), node, nullptr, nullptr, nullptr); },
-         ERROR_INVALID_PARAMETER, 1},
-        {"null handle", [&] { return Sim().GetClusterResourceState(nullptr, nullptr, nullptr, nullptr, nullptr); },
-         ERROR_INVALID_HANDLE, 1},
-        {"injected failure",
-         [&] {
-             SimCluster_InjectFailure(L"GetClusterResourceState", 1, 1, ERROR_GEN_FAILURE);
-             return Sim().GetClusterResourceState(resource.get(), nullptr, nullptr, nullptr, nullptr);
-         },
+        {SIMTEST_CALL(query(resource.get(), node, &length, nullptr, nullptr)), ERROR_MORE_DATA, 1},
+        {SIMTEST_CALL(query(resource.get(), node, nullptr, nullptr, nullptr)), ERROR_INVALID_PARAMETER, 1},
+        {SIMTEST_CALL(query(nullptr, nullptr, nullptr, nullptr, nullptr)), ERROR_INVALID_HANDLE, 1},
+        {SIMTEST_CALL((SimCluster_InjectFailure(L"GetClusterResourceState", 1, 1, ERROR_GEN_FAILURE),
+                       query(resource.get(), nullptr, nullptr, nullptr, nullptr))),
          ERROR_GEN_FAILURE, 0},
     };
     for (const Query& query : cases) {
@@ -175,29 +168,6 @@ TEST_F(States, EachStateQueryTakesAMillisecondSoThatAPollWithoutPauseSeesTheReso
         EXPECT_EQ(query.error, GetLastError()) << query.what;
         EXPECT_EQ(before + query.cost, SimClock_GetTickCount64()) << query.what;
     }
-}
-
-TEST_F(States, StateQueriesFillOwnerAndGroupNamesByTheDocumentedBufferRules) {
-    Owned<HRESOURCE> resource = Resource(L"SQL Server (MSSQLSERVER)");
-    wchar_t node[6], group[64];
-    DWORD nodeLength = 6, groupLength = 64;
-    EXPECT_EQ(ClusterResourceOnline,
-              Sim().GetClusterResourceState(resource.get(), node, &nodeLength, group, &groupLength));
-    EXPECT_STREQ(L"NODE2", node);
-    EXPECT_STREQ(L"SQL Server (MSSQLSERVER)", group);
-    EXPECT_EQ(5u, nodeLength);
-    EXPECT_EQ(24u, groupLength);
-    nodeLength = 5;
-    EXPECT_EQ(ClusterResourceStateUnknown,
-              Sim().GetClusterResourceState(resource.get(), node, &nodeLength, group, &groupLength));
-    EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
-    EXPECT_EQ(5u, nodeLength);
-
-    Owned<HGROUP> sql = Group(L"SQL Server (MSSQLSERVER)");
-    nodeLength = 2;
-    EXPECT_EQ(ClusterGroupStateUnknown, Sim().GetClusterGroupState(sql.get(), node, &nodeLength));
-    EXPECT_EQ(DWORD(ERROR_MORE_DATA), GetLastError());
-    EXPECT_EQ(5u, nodeLength);
 }
 
 TEST_F(States, OnlineClusterGroupMovesTheGroupAndBringsItsResourcesOnline) {
