@@ -458,6 +458,8 @@ TEST(Orvclus, AnswersInWordsAndAsJson) {
         {L"status --traced-run", "'--traced-run'"},
         // Refused before the traced run starts, so said once.
         {L"status --trace --bogus", "'--bogus'"},
+        // Refused by the traced run itself, whose exit code comes back.
+        {L"help nope --trace", "'nope'"},
     };
     for (const auto& c : cases) {
         for (const wchar_t* json : {L"", L"--json "}) {
