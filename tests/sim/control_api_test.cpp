@@ -20,31 +20,32 @@ TEST_F(ControlApi, EachBundledScenarioSavesToTextThatLoadsBackToTheSameCluster) 
 }
 
 TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheClusterStays) {
+    // A cluster "C" of one node "N", with the rest of the scenario.
+    auto oneNode = [](const char* rest) {
+        return R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], )" + std::string(rest);
+    };
     struct Case {
-        const char* json;
+        std::string json;
         const char* problem;
     } cases[] = {
         {"{\"cluster\": ", "scenario: not valid JSON"},
-        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [],
-             "resources": [{"name": "X", "type": "Generic Service", "group": "Y"}]})",
+        {oneNode(R"("groups": [], "resources": [{"name": "X", "type": "Generic Service", "group": "Y"}]})"),
          "scenario: resource 'X' names unknown group 'Y'"},
-        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G"}],
-             "resources": [{"name": "X", "type": "Toaster", "group": "G"}]})",
+        {oneNode(R"("groups": [{"name": "G"}], "resources": [{"name": "X", "type": "Toaster", "group": "G"}]})"),
          "scenario: resource 'X' names unknown resource type 'Toaster'"},
         {R"({"cluster": {"name": "C", "version": {"major": 5, "minor": 2}}, "nodes": [{"name": "N"}],
              "groups": [{"name": "G"}], "resources": [{"name": "X", "type": "IPv6 Address", "group": "G"}]})",
          "scenario: resource 'X' names unknown resource type 'IPv6 Address'"},
-        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G"}],
+        {oneNode(R"("groups": [{"name": "G"}],
              "resources": [{"name": "A", "type": "IP Address", "group": "G", "dependencies": ["B"]},
-                           {"name": "B", "type": "IP Address", "group": "G", "dependencies": ["A"]}]})",
+                           {"name": "B", "type": "IP Address", "group": "G", "dependencies": ["A"]}]})"),
          "scenario: resource 'B' and 'A' depend on each other"},
-        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G"}, {"name": "H"}],
+        {oneNode(R"("groups": [{"name": "G"}, {"name": "H"}],
              "resources": [{"name": "A", "type": "IP Address", "group": "G"},
-                           {"name": "B", "type": "IP Address", "group": "H", "dependencies": ["A"]}]})",
+                           {"name": "B", "type": "IP Address", "group": "H", "dependencies": ["A"]}]})"),
          "scenario: resource 'B' depends on 'A' of another group"},
-        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G"}],
-             "resources": [{"name": "D", "type": "Physical Disk", "group": "G",
-                            "disk": {"partitions": [{"device": "S:\\"}]}}]})",
+        {oneNode(R"("groups": [{"name": "G"}], "resources": [{"name": "D", "type": "Physical Disk", "group": "G",
+             "disk": {"partitions": [{"device": "S:\\"}]}}]})"),
          "scenario: partition 'S:\\' of the disk of resource 'D' ends its 'device' with a backslash"},
         {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N", "stat": "up"}]})",
          "scenario: node 'N' has unknown field 'stat'"},
@@ -56,13 +57,12 @@ TEST_F(ControlApi, BadScenarioIsRefusedWithASentenceNamingTheProblemAndTheCluste
         {R"({"cluster": {"name": "C"}, "nodes": []})", "scenario: the cluster has no nodes"},
         {R"({"cluster": {"name": "C", "quorum": {"resource": "Q"}}, "nodes": [{"name": "N"}]})",
          "scenario: the quorum names unknown resource 'Q'"},
-        {R"({"cluster": {"name": "C"}, "nodes": [{"name": "N"}], "groups": [{"name": "G", "owner": "M"}]})",
-         "scenario: group 'G' names unknown node 'M'"},
+        {oneNode(R"("groups": [{"name": "G", "owner": "M"}]})"), "scenario: group 'G' names unknown node 'M'"},
         {R"({"cluster": {"name": "C", "addressesInUse": ["10.20.30.256"]}, "nodes": [{"name": "N"}]})",
          "scenario: cluster 'C' has an 'addressesInUse' item '10.20.30.256' that is not an IPv4 address"},
     };
     for (const Case& bad : cases) {
-        EXPECT_FALSE(SimCluster_LoadScenarioText(bad.json)) << bad.problem;
+        EXPECT_FALSE(SimCluster_LoadScenarioText(bad.json.c_str())) << bad.problem;
         EXPECT_EQ(0u, Utf8(SimCluster_LastError()).find(bad.problem)) << Utf8(SimCluster_LastError());
     }
     wchar_t name[64];

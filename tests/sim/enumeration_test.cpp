@@ -48,23 +48,19 @@ void CheckLengthConventions(const EnumFunction& enumerate, const std::wstring& f
 using Enumeration = SimulatorTest;
 
 TEST_F(Enumeration, EveryEnumeratorFollowsItsDocumentedLengthConventions) {
+#define SIMTEST_ENUM(call) [&](DWORD i, DWORD* t, wchar_t* n, DWORD* l) { return call; }
     Owned<HCLUSENUM> nodes(Sim().ClusterOpenEnum(cluster_.get(), CLUSTER_ENUM_NODE));
-    CheckLengthConventions(
-        [&](DWORD i, DWORD* t, wchar_t* n, DWORD* l) { return Sim().ClusterEnum(nodes.get(), i, t, n, l); },
-        ThisComputer(),
-        CLUSTER_ENUM_NODE, 2, ERROR_MORE_DATA);
-
+    CheckLengthConventions(SIMTEST_ENUM(Sim().ClusterEnum(nodes.get(), i, t, n, l)), ThisComputer(), CLUSTER_ENUM_NODE,
+                           2, ERROR_MORE_DATA);
     Owned<HGROUP> group = Group(L"SQL Server (MSSQLSERVER)");
     Owned<HGROUPENUM> members(Sim().ClusterGroupOpenEnum(group.get(), CLUSTER_GROUP_ENUM_CONTAINS));
-    CheckLengthConventions(
-        [&](DWORD i, DWORD* t, wchar_t* n, DWORD* l) { return Sim().ClusterGroupEnum(members.get(), i, t, n, l); },
-        L"SQL IP Address", CLUSTER_GROUP_ENUM_CONTAINS, 5, ERROR_MORE_DATA);
-
+    CheckLengthConventions(SIMTEST_ENUM(Sim().ClusterGroupEnum(members.get(), i, t, n, l)), L"SQL IP Address",
+                           CLUSTER_GROUP_ENUM_CONTAINS, 5, ERROR_MORE_DATA);
     Owned<HRESOURCE> name = Resource(L"Orvane Server Name");
     Owned<HRESENUM> dependents(Sim().ClusterResourceOpenEnum(name.get(), CLUSTER_RESOURCE_ENUM_PROVIDES));
-    CheckLengthConventions([&](DWORD i, DWORD* t, wchar_t* n,
-                               DWORD* l) { return Sim().ClusterResourceEnum(dependents.get(), i, t, n, l); },
-                           L"Orvane Job Engine", CLUSTER_RESOURCE_ENUM_PROVIDES, 4, ERROR_SUCCESS);
+    CheckLengthConventions(SIMTEST_ENUM(Sim().ClusterResourceEnum(dependents.get(), i, t, n, l)), L"Orvane Job Engine",
+                           CLUSTER_RESOURCE_ENUM_PROVIDES, 4, ERROR_SUCCESS);
+#undef SIMTEST_ENUM
 }
 
 TEST_F(Enumeration, TypesChooseWhatIsListedInTypeOrder) {
