@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "harness/scratch_files.h"
 #include "sim_test.h"
 
 namespace simtest {
@@ -32,12 +33,10 @@ TEST_F(Provisioning, CreatedGroupsAndResourcesCanBeUsedAndDeletedAndLeaveNoTrace
     ASSERT_TRUE(resource);
     EXPECT_EQ(L"NULLTESTGRP13", GroupOf(resource.get()));
     EXPECT_EQ(DWORD(ERROR_DIR_NOT_EMPTY), Sim().DeleteClusterGroup(group.get()));
-    ASSERT_EQ(DWORD(ERROR_SUCCESS), ControlStatus(L"TestNullRes13", CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES,
-                                                  ListBuilder()
-                                                      .Text(L"Address", L"10.20.30.99")
-                                                      .Text(L"SubnetMask", L"255.255.255.0")
-                                                      .Text(L"Network", L"Public")
-                                                      .Bytes()));
+    ListBuilder address;
+    address.Text(L"Address", L"10.20.30.99").Text(L"SubnetMask", L"255.255.255.0").Text(L"Network", L"Public");
+    ASSERT_EQ(DWORD(ERROR_SUCCESS),
+              ControlStatus(L"TestNullRes13", CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES, address.Bytes()));
     EXPECT_EQ(DWORD(ERROR_IO_PENDING), Sim().OnlineClusterResource(resource.get()));  // like any other resource
     SimClock_Sleep(500);
     EXPECT_EQ(DWORD(ERROR_RESOURCE_ONLINE), Sim().DeleteClusterResource(resource.get()));
@@ -164,23 +163,9 @@ TEST_F(Provisioning, NamesFollowTheLengthConventions) {
 
 class Backup : public Provisioning {
 protected:
-    void SetUp() override {
-        Provisioning::SetUp();
-        wchar_t temp[MAX_PATH];
-        GetTempPathW(MAX_PATH, temp);
-        folder_ = std::wstring(temp) + L"orvsim-backup-" + std::to_wstring(GetCurrentProcessId());
-        CreateDirectoryW(folder_.c_str(), nullptr);
-    }
-    void TearDown() override {
-        for (const wchar_t* file : {L"\\Clusbackup.dat", L"\\chk0001.tmp", L"\\quolog.log"}) {
-            SetFileAttributesW((folder_ + file).c_str(), FILE_ATTRIBUTE_NORMAL);
-            DeleteFileW((folder_ + file).c_str());
-        }
-        RemoveDirectoryW(folder_.c_str());
-        Provisioning::TearDown();
-    }
     bool Exists(const wchar_t* file) { return GetFileAttributesW((folder_ + file).c_str()) != INVALID_FILE_ATTRIBUTES; }
-    std::wstring folder_;
+    orvtest::ScratchFolder scratch_{L"orvsim-backup"};
+    const std::wstring folder_ = scratch_.Path();
 };
 
 TEST_F(Backup, FromVersion6BackupAndRestoreDoNothingAndAreNotImplemented) {
