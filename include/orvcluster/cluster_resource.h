@@ -62,13 +62,12 @@ public:
     // Removes and adds again a registry checkpoint; the answer of the add.
     DWORD RecheckpointRegistry(const wchar_t* key);
     bool GetPrivateProperties(ClusterPropertyList& properties);
+    // One private property's text, read afresh.
+    bool GetPrivateString(const wchar_t* property, std::wstring& value);
 
     HRESOURCE GetHandle() const { return handle_; }
 
 protected:
-    // One private property's text, read afresh.
-    bool GetPrivateString(const wchar_t* property, std::wstring& value);
-
     HRESOURCE handle_;
     std::wstring name_;
 

@@ -49,12 +49,6 @@ const CLUSTERRESOURCE* MarkerServiceRecord() {
     return &table[3];
 }
 
-// A private string property of the resource, or false.
-bool PrivateString(ClusterResource& resource, const wchar_t* property, std::wstring& value) {
-    ClusterPropertyList properties;
-    return resource.GetPrivateProperties(properties) && properties.GetValue(property, value);
-}
-
 }  // namespace
 
 bool MSCSCluster::GetOrvVirtualName(std::wstring& name) {
@@ -95,7 +89,7 @@ bool MSCSCluster::NetworkNameToNodeName(const std::wstring& name, std::wstring& 
         for (const std::wstring& resourceName : resources) {
             std::unique_ptr<ClusterResource> resource(OpenAs<ClusterResource>(resourceName));
             std::wstring value;
-            if (!resource || !PrivateString(*resource, property, value) || !orv::EqualsIgnoreCase(value, wanted))
+            if (!resource || !resource->GetPrivateString(property, value) || !orv::EqualsIgnoreCase(value, wanted))
                 continue;
             // The first resource that carries the name ends the search.
             std::wstring owner;

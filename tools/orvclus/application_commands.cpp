@@ -106,11 +106,17 @@ int PrintDetection(const ClusterTarget& target, const Detection& found, Format f
     return PrintReport(report, format);
 }
 
-int RunSql(const ParsedArguments& arguments, Format format) {
+// The detection asked for by the command line: SERVER, or this computer.
+Detection AskedFor(const ParsedArguments& arguments, const wchar_t* application) {
     Detection found;
-    found.application = L"SQL Server";
+    found.application = application;
     found.serverGiven = !arguments.Operands().empty();
     found.server = found.serverGiven ? arguments.Operands().front() : OrvGetComputerName();
+    return found;
+}
+
+int RunSql(const ParsedArguments& arguments, Format format) {
+    Detection found = AskedFor(arguments, L"SQL Server");
     ClusterTarget target;
     if (!OpenTarget(arguments, L"sql", Needs::FailoverCluster, target)) return kExitFailure;
     found.state = target.failover->IsServerRunningSQL(found.server.c_str(), &found.isNode);
@@ -133,10 +139,7 @@ int RunSql(const ParsedArguments& arguments, Format format) {
 }
 
 int RunExchange(const ParsedArguments& arguments, Format format) {
-    Detection found;
-    found.application = L"Exchange";
-    found.serverGiven = !arguments.Operands().empty();
-    found.server = found.serverGiven ? arguments.Operands().front() : OrvGetComputerName();
+    Detection found = AskedFor(arguments, L"Exchange");
     ClusterTarget target;
     if (!OpenTarget(arguments, L"exchange", Needs::FailoverCluster, target)) return kExitFailure;
     // Without a server the library asks about this computer itself.
