@@ -60,10 +60,8 @@ std::wstring WizardModuleFolder() {
 // with room for 260 bytes, 129 characters and the terminator: a longer path
 // does not fit and this place is skipped.
 std::wstring InstalledBinFolder() {
-    const wchar_t* keyPath =
-        CMS_GetProd() == CMS_PRODUCT_KELVANE ? kKelvaneInstallKey : kOrvaneInstallKey;
     UniqueRegistryKey key;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, keyPath, 0, KEY_QUERY_VALUE, key.Receive()) !=
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, ProductInstallKey(), 0, KEY_QUERY_VALUE, key.Receive()) !=
         ERROR_SUCCESS)
         return std::wstring();
     wchar_t value[kBinPathBytes / sizeof(wchar_t) + 1] = {};  // and a terminator of our own
@@ -96,6 +94,10 @@ bool FileInFolder(std::wstring folder, const wchar_t* fileName, std::wstring& pa
 }
 
 }  // namespace
+
+const wchar_t* ProductInstallKey() {
+    return CMS_GetProd() == CMS_PRODUCT_KELVANE ? kKelvaneInstallKey : kOrvaneInstallKey;
+}
 
 std::wstring FindDefinitionFile(const wchar_t* fileName, const wchar_t* directory) {
     if (!fileName || !fileName[0]) return std::wstring();

@@ -14,4 +14,8 @@ namespace orv {
 // Empty when none has the file.
 std::wstring FindDefinitionFile(const wchar_t* fileName, const wchar_t* directory);
 
+// The installed product's install key below HKEY_LOCAL_MACHINE (its "Bin
+// Path" and version values): the key of the product CMS_GetProd names.
+const wchar_t* ProductInstallKey();
+
 }  // namespace orv
