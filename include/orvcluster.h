@@ -7,6 +7,7 @@
 #include "orvcluster/wcstring.h"
 #include "orvcluster/resource_table.h"
 #include "orvcluster/definition_file.h"
+#include "orvcluster/cluster_params.h"
 #include "orvcluster/cluster.h"
 #include "orvcluster/computer_name.h"
 #include "orvcluster/process_ops.h"

@@ -172,6 +172,93 @@ public:
     // while nothing is loaded.
     static CLUSTERRESOURCE* CWIZ_GetResourceList();
 
+    // The wizard's steps. Each works on this machine's cluster
+    // (GetInstance(null)); without an open cluster it answers 0 and does
+    // nothing. The forwarding calls answer what the backend operation of
+    // the same purpose answers (see mscs_cluster.h for the failover cluster).
+    // The wizard runs them in this order:
+    //   1. CWIZ_InitData, then CWIZ_SetResourceForInstall for every service
+    //      the administrator selected (and "" for the IP address and network
+    //      name records, whose service name is empty);
+    //   2. CWIZ_CreateClusterGroup, then CWIZ_AddClusterShareResource (before
+    //      Windows version 6) or CWIZ_AddClusterServerResource (from 6 on);
+    //   3. CWIZ_BringOnline; CWIZ_AddNodeDep for each node that gets the
+    //      product later;
+    //   4. on a change of selection, CWIZ_SyncUpServices; to remove the
+    //      product, CWIZ_TakeOffline and CWIZ_DeleteGroup.
+    static unsigned CWIZ_ClusterConfOpen();
+    static unsigned CWIZ_ClusterConfClose();
+    // The group, its virtual server name, the key of the resource moved into
+    // the group (its disk: a drive such as "E:", or a resource name), the
+    // address, subnet mask and network of its IP address resource, and the
+    // wizard's other choices (may be null).
+    static unsigned CWIZ_CreateClusterGroup(const wchar_t* group, const wchar_t* virtualName,
+                                            const wchar_t* movedResourceKey, const wchar_t* address,
+                                            const wchar_t* subnetMask, const wchar_t* network,
+                                            CClusterParams* params = nullptr);
+    static unsigned CWIZ_BringOnline(const wchar_t* group);
+    static unsigned CWIZ_TakeOffline(const wchar_t* group);
+    static unsigned CWIZ_CanUseIPAddress(const wchar_t* address, const wchar_t* subnetMask,
+                                         const wchar_t* network);
+    static unsigned CWIZ_IsActiveNode(const wchar_t* node);
+    static unsigned CWIZ_AddNodeDep(const wchar_t* group, const wchar_t* node);
+    static unsigned CWIZ_RemoveNodeDep(const wchar_t* group, const wchar_t* node);
+    static unsigned CWIZ_DeleteGroup(const wchar_t* group);
+    // A new list the caller hands back to CWIZ_DelClusterNodePtr.
+    static unsigned CWIZ_GetClusterNodes(std::list<wcstring>** nodes);
+    static unsigned CWIZ_IsNode(const wchar_t* node);
+    static unsigned CWIZ_DeleteServiceFromGroup(const wchar_t* group, const wchar_t* service, int flags);
+    static unsigned CWIZ_ResourceExists(const wchar_t* name);
+    static unsigned CWIZ_SyncUpServices();
+    static unsigned CWIZ_AddClusterShareResource(const wchar_t* group, const wchar_t* shareName,
+                                                 const wchar_t* path);
+    static unsigned CWIZ_AddClusterServerResource(const wchar_t* group, const wchar_t* shareName,
+                                                  const wchar_t* path);
+    static unsigned CWIZ_DelFileServerResource(wchar_t* server);
+    static unsigned CWIZ_OnlineFileServerResource(const wchar_t* name);
+    static unsigned CWIZ_FileServerExists(const wchar_t* name);
+    static unsigned CWIZ_OnlineResource(const wchar_t* name);
+    static unsigned CWIZ_OfflineResource(const wchar_t* name);
+    // IsClusteredOrv of the backend (null: an empty name).
+    static unsigned CWIZ_DoResourcesExist(const wchar_t* name);
+
+    // 1 when this machine's cluster is open, else 0.
+    static unsigned CWIZ_IsClusterEnvironment();
+    static int CWIZ_IsCluster();
+    // The node (network) name at `index` of the names CWIZ_InitData found,
+    // copied without a bound into `out`: the buffer must hold the longest
+    // name. 0, `out` untouched, for an index of 512 or more or past the last
+    // name; negative indexes must not be passed.
+    static unsigned CWIZ_GetNode(int index, wchar_t* out);
+    static unsigned CWIZ_GetNetwork(int index, wchar_t* out);
+    // Sets the start type of every service of the definition on `machine`
+    // (null: this one); always 0.
+    static int CWIZ_SetServicesStartupType(const wchar_t* machine, unsigned long startType);
+    // Starts the definition's services present on `machine`, last first,
+    // waiting up to 30 s for each; always 0.
+    static unsigned CWIZ_StartServices(const wchar_t* machine);
+    // Stops them, last first, waiting for each as long as it reports stop
+    // pending; 0, or 1006 when any failed to stop.
+    static unsigned CWIZ_StopServices(const wchar_t* machine);
+    // 1 when nothing on the network answers to `name` (21 characters or
+    // more); names shorter than 21 characters are refused with 0.
+    static unsigned CWIZ_IsUnique(const wchar_t* name);
+    // Destroys a list from CWIZ_GetClusterNodes (null ignored); always 0.
+    static unsigned CWIZ_DelClusterNodePtr(std::list<wcstring>* nodes);
+    // Renews the registry checkpoints of the product's service resources,
+    // but only on the one product build that needs the repair; else 0.
+    static unsigned CWIZ_BounceReg();
+    // Rebuilds the product's existing group with the disk of `path`; always 0.
+    static unsigned CWIZ_UpgradeLegacyCluster(const wchar_t* path);
+    // 1 when `drive` ("S:") belongs to a cluster disk, else 0.
+    static unsigned CWIZ_IsSharedDrive(const wchar_t* drive);
+    // 0 when a detection key of the definition is missing on `node`; 1 when
+    // all are there or they cannot be checked.
+    static int CWIZ_DoesNodeContainProduct(const wchar_t* node);
+    // Sets the install flag of every record whose service name is exactly
+    // `name` (case counts); always 0.
+    static unsigned CWIZ_SetResourceForInstall(const wchar_t* name, bool install);
+
 protected:
     // Stores the target machine without leading backslashes, and empty when
     // it names this computer; for the backend constructors.

@@ -3,7 +3,9 @@
 #include <windows.h>
 
 #include <cstdlib>
+#include <cwchar>
 
+#include "orvcluster/cluster_property_list.h"
 #include "orvcluster/mscs_cluster_glue.h"
 
 namespace orv {
@@ -81,6 +83,29 @@ inline DWORD ResourceControl(HRESOURCE resource, DWORD code, const void* input, 
             return glue->ClusterResourceControl(resource, nullptr, code, in, inputSize, buffer, size, returned);
         },
         output);
+}
+
+// Sets private properties of a resource. The platform answers
+// ERROR_RESOURCE_PROPERTIES_STORED when they take effect at the next online:
+// see PropertiesTaken.
+inline DWORD SetPrivateProperties(HRESOURCE resource, const ClusterPropertyList& properties) {
+    DWORD returned = 0;
+    return MSCSClusterGlue::GetInstance()->ClusterResourceControl(
+        resource, nullptr, CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES, const_cast<void*>(properties.Data()),
+        properties.Size(), nullptr, 0, &returned);
+}
+
+inline bool PropertiesTaken(DWORD result) {
+    return result == ERROR_SUCCESS || result == ERROR_RESOURCE_PROPERTIES_STORED;
+}
+
+// Adds or deletes (`code`) the registry checkpoint `key` of a resource; the
+// key goes with its terminator.
+inline DWORD RegistryCheckpointControl(HRESOURCE resource, DWORD code, const wchar_t* key) {
+    DWORD returned = 0;
+    const DWORD keyBytes = static_cast<DWORD>((wcslen(key) + 1) * sizeof(wchar_t));
+    return MSCSClusterGlue::GetInstance()->ClusterResourceControl(resource, nullptr, code, const_cast<wchar_t*>(key),
+                                                                  keyBytes, nullptr, 0, &returned);
 }
 
 }  // namespace orv

@@ -113,6 +113,84 @@ public:
     // Win32 result, or 0xFFFFFFFF when the service has no resource.
     unsigned long RecheckpointRegistry(const std::wstring& serviceName, const std::wstring& key);
 
+    // Provisioning: the product's group, for the installation wizard. These
+    // write no trace lines; their answers say what happened.
+    //
+    // Fills the wizard's node table (Cluster::CWIZ_GetNode) with the
+    // cluster's nodes: 0, or the Win32 error when they cannot be read.
+    unsigned PrepareWizardData() override;
+    // Creates `group` (or reuses it) with the records of the service
+    // resource table whose install flag is 1: the IP address resource
+    // (`address`, `subnetMask`, `network`), the network name resource
+    // (`virtualName`) and the generic service resources of the services
+    // installed on this computer, each depending on the resources its record
+    // names and on the moved resource, with its registry keys checkpointed.
+    // The moved resource is the group's disk, found from `movedResourceKey`:
+    // a drive ("E:", or a path that begins with one) names the physical disk
+    // resource holding it; anything else names a resource. It is moved into
+    // the group. Before Windows version 6, every new resource may run only on
+    // this computer and on the nodes that may already run the product; the
+    // wizard adds the others with AddNode. `params` is not read here.
+    // 1 success (also without a cluster: nothing to do), 0 failure; what was
+    // made before a failure stays.
+    unsigned CreateGroup(const wchar_t* group, const wchar_t* virtualName, const wchar_t* movedResourceKey,
+                         const wchar_t* address, const wchar_t* subnetMask, const wchar_t* network,
+                         CClusterParams* params) override;
+    // Brings the group online and waits for it, polling every 2 s: 1 online, 0 not.
+    unsigned MakeOnline(const wchar_t* group) override;
+    // Takes the group's resources offline and waits for them, except its
+    // storage: the disks stay online, so the product's files stay reachable.
+    // 1 when every one of them is offline (or failed), or the group lists
+    // none; 0 when one refused, or the group cannot be opened.
+    unsigned MakeOffline(const wchar_t* group) override;
+    // Takes the group's resources offline, deletes them (dependents first)
+    // and the group: 0 done, 1603 failed (what was deleted stays deleted).
+    unsigned DeleteGroup(const wchar_t* group) override;
+    // Makes `node` a possible owner of every resource of the group: 1 done
+    // (also where it was one already), 0 failed.
+    unsigned AddNode(const wchar_t* group, const wchar_t* node) override;
+    // Removes `node` from the possible owners of every resource of the
+    // group: 1 done (also where it was none), 0xFFFFFFFF failed, for example
+    // for a resource online on that node.
+    unsigned DeleteNode(const wchar_t* group, const wchar_t* node) override;
+    // Removes the generic service resource running `service` from the group,
+    // taking it offline first. With `flags` non-zero the resources that
+    // depend on it lose that dependency first; with 0 they block the
+    // removal. 1 removed (or there was none), 0 failed.
+    unsigned DeleteServiceFromGroup(const wchar_t* group, const wchar_t* service, int flags) override;
+    // The product's existing configuration: its IP address resource's
+    // network, group, address and subnet mask, and its network name
+    // resource's name, each into a buffer of 260 characters (null buffers
+    // skipped; empty where nothing exists). Always 0.
+    unsigned QueryForExisting(wchar_t* network, wchar_t* group, wchar_t* virtualName, wchar_t* address,
+                              wchar_t* subnetMask) override;
+    // 1 when a resource of that name can be opened.
+    int ResourceExists(const wchar_t* name) override;
+    // Removes the generic service resources whose records are no longer to
+    // be installed: 0 done, 0xFFFFFFFF a deletion failed, 0xFFFFFFFD a
+    // resource refused to go offline.
+    unsigned SyncUpServices() override;
+    // Renews the registry checkpoints of every resource running a service of
+    // the table. Always 0.
+    unsigned BounceReg() override;
+    // Before Windows version 6: a "File Share" resource `shareName` for
+    // `path` ("E:\..."), depending on the moved resource, on every node that
+    // may run the product, with the share name kept in the product's cluster
+    // key. 1 done (at once from version 6 on), 0 failed.
+    unsigned AddFileShareName(const wchar_t* group, const wchar_t* shareName, const wchar_t* path) override;
+    // From Windows version 6 on: shares `path` on this computer as
+    // `shareName` and keeps the name in the product's cluster key. The group
+    // is not used. 1 done (at once before version 6), 0xFFFFFFFF registry
+    // failure, else the share error.
+    unsigned AddFileServerResource(const wchar_t* group, const wchar_t* shareName, const wchar_t* path) override;
+    // From Windows version 6 on: removes the share "KPTClus" of `server`. Always 0.
+    unsigned DelFileServerResource(wchar_t* server) override;
+    // Brings online the group's "File Server" resources, the scope of the
+    // cluster's file shares: 1 when all are online (or there is none), 0 not.
+    unsigned OnlineFileServerResource(const wchar_t* group) override;
+    // 1 when this computer shares a folder under `shareName`, else 0.
+    unsigned FileServerExists(const wchar_t* shareName) override;
+
     // A new resource object, or null when the resource cannot be opened.
     ClusterResource* OpenResource(const wchar_t* name);
     ClusterDiskResource* OpenDiskResource(const wchar_t* name);

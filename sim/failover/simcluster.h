@@ -16,6 +16,12 @@
 //   scenario) there is no cluster: OpenCluster fails with
 //   RPC_S_SERVER_UNAVAILABLE (1722) and GetNodeClusterState answers
 //   ClusterStateNotInstalled.
+//   When the environment variable ORVSIM_STATE names a file, the cluster
+//   outlives the program: the first call loads that file if it exists (else
+//   the scenario as above), and every call of an entry point writes the
+//   cluster back to it as a scenario. Programs run one after the other (a
+//   walk-through of command lines) thus see one cluster. A resource left
+//   pending when a program ends stays pending in the file.
 //
 // Time
 //   The simulator reads time from the virtual clock (simclock.h). As real

@@ -28,6 +28,13 @@ std::wstring ModuleFolder() {
     return folder.substr(0, folder.find_last_of(L'\\') + 1);
 }
 
+// An environment variable's value; empty when it is not set or too long.
+std::wstring Environment(const wchar_t* name) {
+    wchar_t value[MAX_PATH * 4];
+    DWORD length = GetEnvironmentVariableW(name, value, ARRAYSIZE(value));
+    return length > 0 && length < ARRAYSIZE(value) ? std::wstring(value, length) : std::wstring();
+}
+
 }  // namespace
 
 void* HandleTable::Open(Handle handle) {
@@ -73,17 +80,25 @@ Simulator::Simulator() { InitializeCriticalSection(&lock); }
 void Simulator::LoadDefaultScenario() {
     if (decided_) return;
     decided_ = true;
-    wchar_t named[MAX_PATH * 4];
-    DWORD length = GetEnvironmentVariableW(L"ORVSIM_SCENARIO", named, ARRAYSIZE(named));
-    std::wstring path =
-        length > 0 && length < ARRAYSIZE(named) ? std::wstring(named) : ModuleFolder() + L"scenario.json";
-    if (length == 0 && GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return;
+    statePath_ = Environment(L"ORVSIM_STATE");
+    std::wstring path = statePath_;
+    if (path.empty() || GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
+        path = Environment(L"ORVSIM_SCENARIO");
+        const bool named = !path.empty();
+        if (!named) path = ModuleFolder() + L"scenario.json";
+        if (!named && GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return;
+    }
     std::string text;
     if (!ReadWholeFile(path, text)) {
         lastError = L"scenario: cannot read " + path;
         return;
     }
     LoadScenario(text, path);
+}
+
+void Simulator::KeepState() {
+    if (statePath_.empty() || !cluster.present) return;
+    WriteWholeFile(statePath_, WriteScenario(cluster));
 }
 
 bool Simulator::LoadScenario(const std::string& json, const std::wstring& origin) {

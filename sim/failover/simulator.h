@@ -82,6 +82,8 @@ public:
     void LoadDefaultScenario();
     bool LoadScenario(const std::string& json, const std::wstring& origin);
     void Unload();
+    // Writes the cluster back to the state file the environment names, if any.
+    void KeepState();
 
     // Counts a call and answers the injected failure, if one is due.
     DWORD CountCall(EntryPoint entryPoint);
@@ -95,6 +97,7 @@ private:
     static int Find(const std::wstring& entryPoint);
 
     bool decided_ = false;  // a scenario was loaded or refused, by hand or automatically
+    std::wstring statePath_;  // ORVSIM_STATE: where the cluster outlives the program
     DWORD calls_[static_cast<int>(EntryPoint::Count)] = {};
     std::vector<InjectedFailure> failures_[static_cast<int>(EntryPoint::Count)];
 };
@@ -122,7 +125,9 @@ DWORD RunEntryPoint(EntryPoint entryPoint, Body body) {
     simulator->LoadDefaultScenario();
     DWORD injected = simulator->CountCall(entryPoint);
     if (injected != ERROR_SUCCESS) return injected;
-    return body(*simulator);
+    DWORD result = body(*simulator);
+    simulator->KeepState();
+    return result;
 }
 
 // The three ways an entry point reports a failure besides a status result.

@@ -166,15 +166,9 @@ bool ClusterResource::GetClassInfoW(CLUS_RESOURCE_CLASS_INFO* classInfo) {
 
 DWORD ClusterResource::RecheckpointRegistry(const wchar_t* key) {
     if (!key) return ERROR_INVALID_PARAMETER;
-    orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
-    const DWORD keyBytes = static_cast<DWORD>((wcslen(key) + 1) * sizeof(wchar_t));
-    void* input = const_cast<wchar_t*>(key);
-    DWORD returned = 0;
     // A checkpoint that did not exist is no reason to stop.
-    glue->ClusterResourceControl(handle_, nullptr, CLUSCTL_RESOURCE_DELETE_REGISTRY_CHECKPOINT, input,
-                                 keyBytes, nullptr, 0, &returned);
-    return glue->ClusterResourceControl(handle_, nullptr, CLUSCTL_RESOURCE_ADD_REGISTRY_CHECKPOINT,
-                                        input, keyBytes, nullptr, 0, &returned);
+    orv::RegistryCheckpointControl(handle_, CLUSCTL_RESOURCE_DELETE_REGISTRY_CHECKPOINT, key);
+    return orv::RegistryCheckpointControl(handle_, CLUSCTL_RESOURCE_ADD_REGISTRY_CHECKPOINT, key);
 }
 
 bool ClusterResource::GetPrivateProperties(ClusterPropertyList& properties) {

@@ -8,6 +8,8 @@
 #include "orvcluster/cluster_handles.h"
 #include "orvcluster/computer_name.h"
 #include "orvcluster/mscs_cluster.h"
+#include "failover/product_records.h"
+#include "failover/resource_states.h"
 #include "failover/value_list.h"
 #include "support/text.h"
 
@@ -24,24 +26,10 @@ constexpr DWORD kOwnerNameChars = 257;
 constexpr DWORD kDependentNameChars = 261;
 constexpr DWORD kNarrowAddressChars = 16;
 
-bool IsPending(CLUSTER_RESOURCE_STATE state) {
-    return state == ClusterResourceInitializing || state == ClusterResourcePending ||
-           state == ClusterResourceOnlinePending || state == ClusterResourceOfflinePending;
-}
+}  // namespace
 
-// Asks for the state until the resource leaves the pending states. The
-// scratch address settles within moments, so there is no pause in between.
-CLUSTER_RESOURCE_STATE SettledState(MSCSClusterGlue& glue, HRESOURCE resource) {
-    CLUSTER_RESOURCE_STATE state;
-    do {
-        state = glue.GetClusterResourceState(resource, nullptr, nullptr, nullptr, nullptr);
-    } while (IsPending(state));
-    return state;
-}
+namespace orv {
 
-// The product's marker resource: record 3 of the service resource table,
-// the second service resource of the product definition. Null while no
-// definition with two service resources is loaded.
 const CLUSTERRESOURCE* MarkerServiceRecord() {
     const CLUSTERRESOURCE* table = Cluster::CWIZ_GetResourceList();
     for (int record = 0; record <= 3; ++record)
@@ -49,7 +37,7 @@ const CLUSTERRESOURCE* MarkerServiceRecord() {
     return &table[3];
 }
 
-}  // namespace
+}  // namespace orv
 
 bool MSCSCluster::GetOrvVirtualName(std::wstring& name) {
     std::unique_ptr<ClusterResource> engine(hCluster_ ? OpenAs<ClusterResource>(kJobEngineResource) : nullptr);
@@ -170,7 +158,7 @@ unsigned MSCSCluster::IsActiveClusterNode(const wchar_t* node) {
 }
 
 unsigned MSCSCluster::IsClusteredOrv(wcstring) {
-    const CLUSTERRESOURCE* marker = MarkerServiceRecord();
+    const CLUSTERRESOURCE* marker = orv::MarkerServiceRecord();
     if (!hCluster_ || !marker) return 0;
     // Walked as the cluster names them, without a list of every name first.
     orv::ClusterObjects resources(hCluster_, CLUSTER_ENUM_RESOURCE, false);
@@ -194,7 +182,7 @@ unsigned MSCSCluster::GetClusterNodes(std::list<wcstring>** nodes) {
         const DWORD error = GetLastError();
         return error != ERROR_SUCCESS ? error : ERROR_INVALID_HANDLE;
     }
-    const CLUSTERRESOURCE* marker = MarkerServiceRecord();
+    const CLUSTERRESOURCE* marker = orv::MarkerServiceRecord();
     if (!marker) return ERROR_RESOURCE_NOT_FOUND;
     orv::UniqueClusterResource resource(glue_->OpenClusterResource(hCluster_, marker->resourceName));
     if (!resource) return GetLastError();
@@ -246,17 +234,14 @@ unsigned MSCSCluster::IsValidNetworkConfig(const wchar_t* address, const wchar_t
         properties.Append(L"SubnetMask", subnetMask);
         properties.Append(L"Network", network);
         properties.Append(L"EnableNetBios", DWORD{1});
-        DWORD returned = 0;
-        const DWORD set = glue_->ClusterResourceControl(resource.Get(), nullptr, CLUSCTL_RESOURCE_SET_PRIVATE_PROPERTIES,
-                                                        properties.Data(), properties.Size(), nullptr, 0, &returned);
-        if (set == ERROR_SUCCESS || set == ERROR_RESOURCE_PROPERTIES_STORED) {
+        if (orv::PropertiesTaken(orv::SetPrivateProperties(resource.Get(), properties))) {
             const DWORD online = glue_->OnlineClusterResource(resource.Get());
             if (online == ERROR_IO_PENDING)
-                valid = SettledState(*glue_, resource.Get()) == ClusterResourceOnline ? 1 : 0;
+                valid = orv::SettledState(resource.Get(), 0, orv::IsSettling) == ClusterResourceOnline ? 1 : 0;
             else
                 valid = online == ERROR_SUCCESS ? 1 : 0;
             glue_->OfflineClusterResource(resource.Get());
-            SettledState(*glue_, resource.Get());
+            orv::SettledState(resource.Get(), 0, orv::IsSettling);
         }
         glue_->DeleteClusterResource(resource.Get());
     }

@@ -22,14 +22,17 @@ constexpr size_t kAnswerChars = 260;
 ProductDefinition* loadedDefinition = nullptr;
 
 std::vector<std::wstring> networkNames;
+std::vector<std::wstring> nodeNames;
 
-void KeepNetworkNames(const std::list<wcstring>& networks) {
+// At most kWizardNameSlots names of the list, in its order.
+template <typename List>
+void KeepNames(const List& list, std::vector<std::wstring>& kept) {
     std::vector<std::wstring> names;
-    for (const wcstring& network : networks) {
+    for (const std::wstring& name : list) {
         if (names.size() == kWizardNameSlots) break;
-        names.push_back(network);
+        names.push_back(name);
     }
-    networkNames.swap(names);
+    kept.swap(names);
 }
 
 }  // namespace
@@ -40,6 +43,14 @@ ProductDefinition& ProcessDefinition() {
 }
 
 const std::vector<std::wstring>& WizardNetworkNames() { return networkNames; }
+const std::vector<std::wstring>& WizardNodeNames() { return nodeNames; }
+void KeepWizardNodeNames(const std::list<std::wstring>& nodes) { KeepNames(nodes, nodeNames); }
+
+CLUSTERRESOURCE& MovedResourceRecord() {
+    static CLUSTERRESOURCE record = {};
+    record.install = 1;
+    return record;
+}
 
 }  // namespace orv
 
@@ -63,7 +74,7 @@ unsigned Cluster::CWIZ_InitData(wchar_t* out1, wchar_t* out2, wchar_t* out3, wch
         cluster->PrepareWizardData();
         std::list<wcstring> networks;
         cluster->GetNetworkNames(networks, nullptr);
-        orv::KeepNetworkNames(networks);
+        orv::KeepNames(networks, orv::networkNames);
 
         wchar_t answers[5][orv::kAnswerChars] = {};
         cluster->QueryForExisting(answers[0], answers[1], answers[2], answers[3], answers[4]);

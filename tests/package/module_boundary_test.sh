@@ -12,7 +12,7 @@ fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 table=$("$objdump" -p "$dll") || { echo "FAIL: cannot read $dll"; exit 1; }
 
 allowed="kernel32.dll advapi32.dll msvcrt.dll ws2_32.dll user32.dll ole32.dll oleaut32.dll
-psapi.dll netapi32.dll version.dll orvclass_mini.dll"
+psapi.dll netapi32.dll mpr.dll version.dll orvclass_mini.dll"
 imports=$(printf '%s\n' "$table" | sed -n 's/^[[:space:]]*DLL Name: //p' | tr 'A-Z' 'a-z')
 [ -n "$imports" ] || fail "no import table found"
 for module in $imports; do
