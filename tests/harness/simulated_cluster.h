@@ -3,6 +3,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "simclock.h"
 #include "harness/wine_paths.h"
@@ -18,5 +19,14 @@ protected:
     void SetUp() override;
     void TearDown() override;
 };
+
+// The cluster the simulator holds now, as a scenario (see
+// sim/failover/scenario.h): "groups", "resources" with their "group",
+// "type", "state", "private" properties, "dependencies", "checkpoints" and
+// "possibleOwners".
+nlohmann::json SimulatedCluster();
+
+// The object of that "name" in one of its lists, or null.
+const nlohmann::json* Named(const nlohmann::json& cluster, const char* list, const std::string& name);
 
 }  // namespace orvtest

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace orvtest {
+
+// The major version GetVersionExW answers in this program (0 if it fails).
+DWORD WindowsMajorVersion();
+
+// Runs the tests that `filter` selects (a --gtest_filter value) in a second
+// copy of this program, for which Wine reports the Windows version `version`
+// ("win2003", "winxp", ...): the version is chosen per program name under
+// HKCU\Software\Wine\AppDefaults and removed again afterwards. Answers the
+// copy's exit code, or -1 when it could not be run.
+int RunUnderWindowsVersion(const std::wstring& version, const std::wstring& filter);
+
+}  // namespace orvtest
