@@ -16,7 +16,12 @@ const OptionSpec* FindOption(const std::vector<OptionSpec>& options, const std::
 
 const std::wstring* ParsedArguments::Value(const std::wstring& option) const {
     auto found = options_.find(option);
-    return found == options_.end() ? nullptr : &found->second;
+    return found == options_.end() ? nullptr : &found->second.front();
+}
+
+std::vector<std::wstring> ParsedArguments::Values(const std::wstring& option) const {
+    auto found = options_.find(option);
+    return found == options_.end() ? std::vector<std::wstring>() : found->second;
 }
 
 bool IsOptionToken(const std::wstring& token) { return token.size() > 1 && token[0] == L'-'; }
@@ -65,12 +70,12 @@ bool ParseArguments(const std::vector<std::wstring>& tokens, const std::vector<O
                 error = L"option '" + name + L"' needs a value (" + option->value + L")";
                 return false;
             }
-            if (result.Has(name)) {
+            if (result.Has(name) && !option->repeatable) {
                 error = L"option '" + name + L"' given more than once";
                 return false;
             }
         }
-        result.options_[name] = value;
+        result.options_[name].push_back(value);
     }
     return true;
 }

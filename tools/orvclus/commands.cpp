@@ -28,6 +28,7 @@ const std::vector<Command>& Commands() {
             all.insert(all.end(), family.begin(), family.end());
         all.push_back(BackupDatabaseCommand());
         all.push_back(DefinitionCommand());
+        all.push_back(WizardCommand());
         all.push_back(HelpCommand());
         return all;
     }();

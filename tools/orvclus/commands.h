@@ -40,6 +40,7 @@ std::vector<Command> IdentityCommands();     // whois, check-address
 std::vector<Command> ApplicationCommands();  // sql, exchange, online, offline
 Command BackupDatabaseCommand();
 Command DefinitionCommand();
+Command WizardCommand();  // the installation wizard's steps
 
 // Usage, shared by "help" and "--help": of orvclus (null) or of one command.
 int PrintUsage(const Command* command, Format format);

@@ -17,7 +17,8 @@ namespace orvclus {
 namespace {
 
 std::wstring OptionName(const OptionSpec& option) {
-    return option.value.empty() ? option.name : option.name + L" " + option.value;
+    if (option.value.empty()) return option.name;
+    return option.name + L" " + option.value + (option.repeatable ? L" ..." : L"");
 }
 
 // "  name   text" lines with the texts in one column.
