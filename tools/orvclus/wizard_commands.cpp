@@ -449,7 +449,9 @@ int RunGroupCall(Context& context, const GroupCall& how) {
                          : WithGroup(how.done, group));
     report.Add(L"group", L"Group", Value::Text(group));
     AddResult(report, result, how.doneMeaning);
-    if (!missing) report.AddTable(L"resources", GroupResources(context.target, group, false));
+    // A deleted group has none left to show.
+    const Table resources = GroupResources(context.target, group, false);
+    if (resources.Rows() > 0) report.AddTable(L"resources", resources);
     return PrintReport(report, context.format);
 }
 
@@ -560,7 +562,6 @@ int RunSyncServices(Context& context) {
 
 // A service's state as its service manager shows it now.
 std::wstring ServiceState(SC_HANDLE manager, const std::wstring& service) {
-    if (!manager) return L"unknown";
     orv::UniqueServiceHandle handle(OpenServiceW(manager, service.c_str(), SERVICE_QUERY_STATUS));
     if (!handle) return GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST ? L"not installed" : L"unknown";
     SERVICE_STATUS status = {};
@@ -589,6 +590,10 @@ int RunServices(Context& context, bool start) {
                        : Cluster::CWIZ_StopServices(machine ? machine->c_str() : nullptr);
     }
     orv::UniqueServiceHandle manager(OpenSCManagerW(machine ? machine->c_str() : nullptr, nullptr, SC_MANAGER_CONNECT));
+    if (!manager)
+        return Failure(L"cannot ask the service manager of " + where + L" how the product's services are (error " +
+                           std::to_wstring(GetLastError()) + L"; the library answered " + Code(result) + L")",
+                       Facts(context, result));
     Table table({{L"service", L"Service"}, {L"state", L"State"}});
     const std::wstring wanted = start ? L"running" : L"stopped";
     std::vector<std::wstring> installed, other;
@@ -649,7 +654,7 @@ int RunIsUnique(Context& context) {
 int RunIsSharedDrive(Context& context) {
     const std::wstring& drive = context.operands[0];
     const unsigned result = Cluster::CWIZ_IsSharedDrive(drive.c_str());
-    Report report = StepReport(context, drive + (result ? L" is" : L" is no") + L" drive of a disk of cluster " +
+    Report report = StepReport(context, drive + (result ? L" is a" : L" is no") + L" drive of a disk of cluster " +
                                             context.target.Name() + L".");
     report.Add(L"drive", L"Drive", Value::Text(drive));
     report.Add(L"shared", L"Shared", Value::YesNo(result == 1));
