@@ -250,9 +250,10 @@ Table GroupResources(const ClusterTarget& target, const std::wstring& group, boo
     if (!target.failover) return table;
     orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
     orv::UniqueClusterGroup handle(glue->OpenClusterGroup(target.failover->GetClusterHandle(), group.c_str()));
+    if (!handle) return table;
     std::list<std::wstring> names;
     orv::GroupObjects contents(handle.Get(), CLUSTER_GROUP_ENUM_CONTAINS, /*growNames=*/true);
-    if (!handle || !contents || !contents.AppendNames(names)) return table;
+    if (!contents || !contents.AppendNames(names)) return table;
     for (const std::wstring& name : names) {
         std::unique_ptr<ClusterResource> resource(target.failover->OpenResource(name.c_str()));
         std::wstring type;
@@ -752,8 +753,9 @@ const std::vector<Step>& Steps() {
          0,
          {kWithoutOption},
          {},
-         L"Remove the resources of the services that --without leaves out; without it nothing is removed:\n"
-         L"0 done, 0xFFFFFFFF a deletion failed, 0xFFFFFFFD a resource refused to go offline.",
+         L"Remove the resources of the services that --without leaves out; without it nothing is removed.\n"
+         L"The library finds a service's resource by the service's own name (a resource named otherwise\n"
+         L"stays): 0 done, 0xFFFFFFFF a deletion failed, 0xFFFFFFFD a resource refused to go offline.",
          RunSyncServices},
         {L"start-services",
          L"",
@@ -843,11 +845,11 @@ int RunWizard(const ParsedArguments& arguments, Format format) {
 
 std::wstring Details() {
     std::wstring text =
-        L"Each step is one call of the installation wizard on this computer's cluster, as the product's\n"
-        L"installation wizard makes it; each run does one step. Every step first loads the product definition\n"
-        L"(clusconfig.xml for a failover cluster, nrxconfig.xml for an NRX cluster) from --dir DIR, else from\n"
-        L"the current folder, the wizard's folder, the installed product's folder or the setup folder.\n"
-        L"The number in brackets after a result is the library's answer.\n\nSteps:\n";
+        L"Each step makes the call that the product's installation wizard makes for it, on this computer's\n"
+        L"cluster; one step per run. Every step first loads the product definition (clusconfig.xml for a\n"
+        L"failover cluster, nrxconfig.xml for an NRX cluster) from --dir DIR, else from the current folder,\n"
+        L"the wizard's folder, the installed product's folder or the setup folder. \"Result\" is the\n"
+        L"library's answer, its meaning in brackets.\n\nSteps:\n";
     for (const Step& step : Steps()) {
         std::wstring usage = step.name + (step.operands.empty() ? L"" : L" " + step.operands);
         for (const OptionSpec& option : WizardOptions()) {
@@ -870,7 +872,7 @@ std::wstring Details() {
            L"  4. when the chosen services change, sync-services; to remove the product, offline, then\n"
            L"     delete-group.\n"
            L"On the way it checks names (is-unique), drives (is-shared-drive) and nodes (contains-product),\n"
-           L"and stops and starts the product's services around its changes.\n"
+           L"and starts and stops the product's services (start-services, stop-services).\n"
            L"Steps that wait show what for on standard error, on a console with the seconds waited.";
 }
 
