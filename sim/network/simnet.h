@@ -68,8 +68,9 @@
 //   SimNet_RemoveNetworkName. WNetGetResourceInformationW looks at the
 //   remote name without its leading backslashes and up to the next
 //   backslash ("\\HOST\share\dir" and "HOST" both ask about HOST), without
-//   regard to case; the share part is not checked. For a name that answers
-//   it writes into the caller's buffer a NETRESOURCEW and then its strings:
+//   regard to case; the share part is not checked, nor are the request's
+//   dwType and lpProvider. For a name that answers it writes into the
+//   caller's buffer a NETRESOURCEW and then its strings:
 //   lpRemoteName "\\HOST" (the host as the network spells it) or
 //   "\\HOST\share", lpProvider "Microsoft Windows Network", for a server
 //   dwType RESOURCETYPE_ANY, dwDisplayType RESOURCEDISPLAYTYPE_SERVER and
@@ -83,9 +84,15 @@
 //   0: ERROR_INVALID_ADDRESS. A null lpRemoteName: ERROR_INVALID_PARAMETER.
 //
 // Wine's own DLLs import a few more functions from netapi32.dll and
-// mpr.dll. The stand-ins export them too, so that every program still
-// loads, and answer as a machine outside any domain, without NetBIOS
-// adapters and without network connections or a password cache would.
+// mpr.dll (wininet.dll, which MSXML brings in, imports two from mpr.dll).
+// An import that a DLL lacks ends the program when it is called, so the
+// stand-ins export them too and answer as a machine outside any domain,
+// without NetBIOS adapters, network connections or a password cache would:
+// NetWkstaUserGetInfo NERR_WkstaNotStarted, DsGetDcNameW
+// ERROR_NO_SUCH_DOMAIN, Netbios an empty adapter list for NCBENUM and
+// NRC_BRIDGE for any other command, WNetGetUniversalNameW and
+// WNetRestoreConnectionW ERROR_NOT_CONNECTED, WNetGetLastErrorW no error,
+// WNetCachePassword and WNetGetCachedPassword ERROR_NOT_SUPPORTED.
 //
 // The state of the names and the counters belongs to one process.
 
