@@ -92,7 +92,7 @@ protected:
 };
 
 TEST_F(WizardServices, StoppingWaitsWhileStopPendingAnd1006WhenOneDoesNotStop) {
-    const Before slow = {L"--stop-after 20000", SERVICE_RUNNING}, stuck = {L"--never-stop", SERVICE_STOP_PENDING};
+    const Before slow = {L"--stop-after 13000", SERVICE_RUNNING}, stuck = {L"--never-stop", SERVICE_STOP_PENDING};
     const struct {
         std::vector<Before> before;
         unsigned answer;
@@ -101,7 +101,7 @@ TEST_F(WizardServices, StoppingWaitsWhileStopPendingAnd1006WhenOneDoesNotStop) {
     } cases[] = {
         {{kStopped, kStopped, kStopped}, 0, {0, 0}, {1, 1, 1}},
         {{kRunning, kAbsent, kRunning}, 0, {2 * 2000, 0}, {1, 0, 1}},
-        {{kStopped, slow, kStopped}, 0, {4 * 6000 + 2000, 6000}, {1, 1, 1}},
+        {{kStopped, slow, kStopped}, 0, {3 * 6000 + 2000, 6000}, {1, 1, 1}},
         {{kRunning, stuck, kRunning}, 1006, {2 * 2000, 0}, {1, SERVICE_STOP_PENDING, 1}},  // stop refused
     };
     for (const auto& c : cases) {
