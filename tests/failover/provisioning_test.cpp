@@ -11,11 +11,13 @@
 #include <gtest/gtest.h>
 
 #include "harness/registry_fixture.h"
+#include "harness/scratch_files.h"
 #include "harness/simulated_cluster.h"
 #include "harness/test_services.h"
 #include "harness/utf8.h"
 #include "harness/windows_version.h"
 #include "orvcluster.h"
+#include "simnet.h"
 
 namespace {
 
@@ -315,6 +317,39 @@ TEST_F(Provisioning, SyncLooksServicesUpByTheirServiceName) {
         cluster_->SyncUpServices();
     }
     Cluster::CWIZ_SetResourceForInstall(L"OrvDiscovery", true);
+}
+
+// From Windows version 6 on the share is one of this computer's (the
+// network stand-ins keep it as Windows does).
+TEST_F(Provisioning, TheShareOfThisComputer) {
+    const wchar_t shares[] = L"SYSTEM\\CurrentControlSet\\Services\\LanmanServer\\Shares";
+    HKEY existing = nullptr;
+    const bool sharesKeyExisted = RegOpenKeyExW(HKEY_LOCAL_MACHINE, shares, 0, KEY_READ, &existing) == ERROR_SUCCESS;
+    if (existing) RegCloseKey(existing);
+    orvtest::ScratchFolder folder(L"orv-share");
+    const std::wstring path = folder.Path();
+    orvtest::DeleteMachineKey(kClusterKey);
+    EXPECT_EQ(0u, cluster_->FileServerExists(L"KPTClus"));
+    EXPECT_EQ(1u, cluster_->AddFileServerResource(nullptr, L"KPTClus", path.c_str()));
+    EXPECT_EQ(1u, cluster_->FileServerExists(L"kptclus"));
+    EXPECT_EQ(2118u, cluster_->AddFileServerResource(kGroup, L"KPTClus", path.c_str())) << "shared already";
+    EXPECT_EQ(2116u, cluster_->AddFileServerResource(kGroup, L"Other", L"C:\\no\\such\\folder"));
+    wchar_t value[16] = {};
+    DWORD bytes = sizeof(value);
+    EXPECT_EQ(ERROR_SUCCESS,
+              RegGetValueW(HKEY_LOCAL_MACHINE, kClusterKey, L"FileShare", RRF_RT_REG_SZ, nullptr, value, &bytes));
+    EXPECT_STREQ(L"Other", value) << "kept before the share is made";
+
+    // The removal leaves the enumeration's buffer behind, deliberately.
+    const LONG unreleased = SimNet_UnreleasedBuffers();
+    wchar_t elsewhere[] = L"\\\\FILESRV9";
+    EXPECT_EQ(0u, cluster_->DelFileServerResource(elsewhere));
+    EXPECT_EQ(1u, cluster_->FileServerExists(L"KPTClus"));
+    EXPECT_EQ(0u, cluster_->DelFileServerResource(nullptr));
+    EXPECT_EQ(0u, cluster_->FileServerExists(L"KPTClus"));
+    EXPECT_EQ(unreleased + 1, SimNet_UnreleasedBuffers());
+    orvtest::DeleteMachineKey(kClusterKey);
+    if (!sharesKeyExisted) orvtest::DeleteMachineKey(shares);
 }
 
 // Before Windows version 6, run in a copy of this program for which Wine
