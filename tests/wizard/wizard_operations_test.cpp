@@ -175,12 +175,6 @@ TEST_F(Loaded, BounceRegOnlyOnBuild13_0_4201_0) {
         EXPECT_EQ(0u, Cluster::CWIZ_BounceReg()) << c.what;
         EXPECT_EQ(c.asked, SimCluster_CallCount(L"OpenCluster")) << c.what;
     }
-    // With both products installed, the other product's key is the one read.
-    orvtest::ScopedMachineKey orvane(kOrvaneInstall), kelvane(kKelvaneInstall);
-    for (int i = 0; i < 4; ++i) orvane.SetDword(names[i], exact[i]);
-    SimCluster_ResetCounters();
-    EXPECT_EQ(0u, Cluster::CWIZ_BounceReg());
-    EXPECT_EQ(0u, SimCluster_CallCount(L"OpenCluster"));
 }
 
 TEST_F(Loaded, SharedDrivesAreThoseOfTheClusterDisks) {
