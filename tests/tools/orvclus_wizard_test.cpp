@@ -5,101 +5,20 @@
 #include <windows.h>
 
 #include <fstream>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "harness/orvclus_runner.h"
 #include "harness/scratch_files.h"
 #include "harness/test_services.h"
 #include "harness/utf8.h"
 #include "harness/wine_paths.h"
-#include "orvcluster.h"
 
 namespace {
 
 using orvtest::Utf8;
-
-struct Outcome {
-    DWORD exitCode = STILL_ACTIVE;
-    std::string out;
-    std::string err;
-};
-
-// Moves what the pipe holds now into `text`, without waiting for more.
-void Drain(HANDLE pipe, std::string& text) {
-    char buffer[4096];
-    DWORD available = 0, read = 0;
-    while (PeekNamedPipe(pipe, nullptr, 0, nullptr, &available, nullptr) && available > 0 &&
-           ReadFile(pipe, buffer, available < sizeof(buffer) ? available : sizeof(buffer), &read, nullptr) && read)
-        text.append(buffer, read);
-}
-
-// Runs orvclus.exe of this program's folder on the cluster of `scenario`
-// (none: no cluster). The run is over when orvclus.exe ends, not when its
-// pipes close: Wine's desktop process, started for the XML reader's COM,
-// inherits them and lives on.
-Outcome RunOrvclus(const std::wstring& arguments, const std::wstring& scenario) {
-    Outcome run;
-    SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
-    orv::UniqueKernelHandle outRead, outWrite, errRead, errWrite;
-    if (!CreatePipe(outRead.Receive(), outWrite.Receive(), &inheritable, 0) ||
-        !CreatePipe(errRead.Receive(), errWrite.Receive(), &inheritable, 0)) {
-        ADD_FAILURE() << "CreatePipe failed: " << GetLastError();
-        return run;
-    }
-    SetHandleInformation(outRead.Get(), HANDLE_FLAG_INHERIT, 0);
-    SetHandleInformation(errRead.Get(), HANDLE_FLAG_INHERIT, 0);
-    std::wstring commandLine = L"\"" + orvtest::ProgramFolder() + L"orvclus.exe\" " + arguments;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = outWrite.Get();
-    startup.hStdError = errWrite.Get();
-    PROCESS_INFORMATION created = {};
-    SetEnvironmentVariableW(L"ORVSIM_SCENARIO", scenario.empty() ? nullptr : scenario.c_str());
-    const BOOL started = CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                        &startup, &created);
-    SetEnvironmentVariableW(L"ORVSIM_SCENARIO", nullptr);
-    if (!started) {
-        ADD_FAILURE() << "cannot start orvclus.exe: " << GetLastError();
-        return run;
-    }
-    orv::UniqueKernelHandle process(created.hProcess), thread(created.hThread);
-    outWrite.Reset();
-    errWrite.Reset();
-    for (DWORD waited = 0;; waited += 5) {
-        const bool ended = WaitForSingleObject(process.Get(), 5) == WAIT_OBJECT_0;
-        Drain(outRead.Get(), run.out);
-        Drain(errRead.Get(), run.err);
-        if (ended) break;
-        if (waited >= 60000) {
-            TerminateProcess(process.Get(), 99);
-            ADD_FAILURE() << "orvclus.exe did not end";
-            break;
-        }
-    }
-    GetExitCodeProcess(process.Get(), &run.exitCode);
-    return run;
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
-}
-
-bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
-std::string Me(std::string text) {
-    const std::string me = Utf8(orvtest::ThisComputer());
-    for (size_t at = text.find("%ME%"); at != std::string::npos; at = text.find("%ME%", at + me.size()))
-        text.replace(at, 4, me);
-    return text;
-}
 
 const std::wstring kNoCluster;
 // The bundled cluster with the product; one without it, whose disk E: is free.
@@ -131,10 +50,8 @@ TEST(OrvclusWizard, StepsAnswerInWordsAndAsJson) {
     orvtest::RemoveService(L"OrvJobEngine");
     orvtest::TestService jobEngine(L"OrvJobEngine", L"");
 
-    // A success shows `text` as its first line (with --json: the JSON holds
-    // `json`'s values at their pointers) and on stderr at most `progress`; a
-    // failure says `text` in its one line on stderr after `progress`, and
-    // with --json carries that line and the exit code.
+    // Each step's answer in words and, with --json, the values of `json`
+    // at their pointers.
     const struct {
         std::wstring arguments;
         const char* text;
@@ -239,35 +156,9 @@ TEST(OrvclusWizard, StepsAnswerInWordsAndAsJson) {
     };
     for (const auto& c : cases) {
         for (const wchar_t* json : {L"", L" --json"}) {
-            const std::wstring arguments = c.arguments + json;
-            SCOPED_TRACE(Utf8(arguments));
-            const Outcome run = RunOrvclus(arguments, c.scenario);
-            EXPECT_EQ(c.exitCode, run.exitCode) << run.err;
-            std::vector<std::string> errors = Lines(run.err);
-            if (c.progress) {
-                EXPECT_TRUE(!errors.empty() && Has(errors[0], c.progress)) << run.err;
-                if (!errors.empty()) errors.erase(errors.begin());
-            }
-            if (c.exitCode != 0) {
-                ASSERT_EQ(1u, errors.size()) << run.err;
-                EXPECT_TRUE(errors[0].rfind("orvclus: ", 0) == 0 && Has(errors[0], Me(c.text))) << run.err;
-                if (!*json) continue;
-                const nlohmann::json failure = nlohmann::json::parse(run.out);
-                EXPECT_EQ(errors[0].substr(9), failure["error"]);
-                EXPECT_EQ(c.exitCode, failure["code"]);
-            } else {
-                EXPECT_TRUE(errors.empty()) << run.err;
-                if (!*json) {
-                    EXPECT_EQ(Me(c.text), Lines(run.out).at(0));
-                }
-            }
-            if (!*json || !c.json) continue;
-            const nlohmann::json answer = nlohmann::json::parse(run.out);
-            const nlohmann::json expected = nlohmann::json::parse(Me(c.json));
-            for (const auto& item : expected.items()) {
-                const nlohmann::json::json_pointer at(item.key());
-                EXPECT_EQ(item.value(), answer.contains(at) ? answer.at(at) : nlohmann::json()) << item.key() << run.out;
-            }
+            const orvtest::OrvclusRun run =
+                orvtest::ExpectAnswer(c.arguments + json, c.exitCode, c.text, c.scenario, c.progress);
+            if (*json && c.json) orvtest::ExpectJsonAt(run.out, c.json);
         }
     }
 }
