@@ -7,7 +7,6 @@
 #include <lm.h>
 #include <winnetwk.h>
 
-#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,22 +27,14 @@ LPWSTR Text(const wchar_t* text) { return const_cast<LPWSTR>(text); }
 std::string Show(const wchar_t* text) { return text ? Utf8(text) : "(null)"; }
 std::string Show(DWORD number) { return std::to_string(number); }
 
-struct Row {
-    const char* what;
-    std::function<DWORD()> call;
-    DWORD expected;
-};
-void Check(const std::vector<Row>& rows) {
-    for (const Row& row : rows) EXPECT_EQ(row.expected, row.call()) << row.what;
-}
-
 // Every share at once, one line each: name, type, remark, permissions,
 // maximum and current uses, path, password. Checks that the strings follow
 // the array in the one buffer, entry by entry and packed, and frees it.
 std::vector<std::string> Enumerate(const wchar_t* server = nullptr) {
     BYTE* buffer = nullptr;
     DWORD read = kUntouched, total = kUntouched;
-    EXPECT_EQ(DWORD(NERR_Success), NetShareEnum(Text(server), 2, &buffer, MAX_PREFERRED_LENGTH, &read, &total, nullptr));
+    EXPECT_EQ(DWORD(NERR_Success),
+              NetShareEnum(Text(server), 2, &buffer, MAX_PREFERRED_LENGTH, &read, &total, nullptr));
     EXPECT_EQ(total, read);
     std::vector<std::string> lines;
     const auto* entries = reinterpret_cast<const SHARE_INFO_2*>(buffer);
@@ -98,6 +89,7 @@ protected:
         buffers_ = SimNet_UnreleasedBuffers();
     }
     void TearDown() override {
+        EXPECT_EQ(buffers_, SimNet_UnreleasedBuffers()) << "enumeration buffers left";
         for (const wchar_t* name : {L"OrvNetTestA", L"OrvNetTestB", L"OrvNetTestJunk", L"OrvNetTestOdd"})
             RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kSharesKey, name);
         if (!keyExisted_) RegDeleteKeyW(HKEY_LOCAL_MACHINE, kSharesKey);
@@ -115,15 +107,15 @@ protected:
 
     orvtest::ScratchFolder folder_{L"network-standins"};
     const std::wstring path_ = folder_.Path(), here_ = orvtest::ThisComputer();
+    // This computer's name in another case.
+    const std::wstring lower_ = [name = here_]() mutable { return std::wstring(CharLowerW(name.data())); }();
     bool keyExisted_ = false;
     LONG buffers_ = 0;
 };
 
-TEST_F(NetworkStandIns, AnswerInPlaceOfWinesOwn) {
-    // Wine's own answer ERROR_NOT_SUPPORTED and ERROR_NO_NETWORK; the
-    // entry points that Wine's own DLLs import are there too.
-    Enumerate();
-    EXPECT_EQ("0 \\\\" + Utf8(here_) + " (null) 0 2 2", Ask(here_));
+// Wine's own DLLs, loaded beside the stand-ins, end the program when an
+// entry point they import is missing.
+TEST_F(NetworkStandIns, ExportWhatWinesOwnDllsImport) {
     const HMODULE netapi = GetModuleHandleW(L"netapi32.dll"), mpr = GetModuleHandleW(L"mpr.dll");
     for (const auto& [module, name] :
          {std::pair{netapi, "NetWkstaUserGetInfo"}, {netapi, "DsGetDcNameW"}, {netapi, "Netbios"},
@@ -142,19 +134,18 @@ TEST_F(NetworkStandIns, SharesRoundTripThroughTheRegistry) {
                                           nullptr, stored, &bytes));
     std::wstring layout(stored, bytes / sizeof(wchar_t));
     for (wchar_t& c : layout) c = c ? c : L'|';
-    EXPECT_EQ(Utf8(L"MaxUses=4294967295|Path=" + path_ + L"|Permissions=127|Remark=Backups|ShareName=OrvNetTestA|Type=0||"),
+    EXPECT_EQ("MaxUses=4294967295|Path=" + Utf8(path_) +
+                  "|Permissions=127|Remark=Backups|ShareName=OrvNetTestA|Type=0||",
               Utf8(layout));
     // This computer under each of its spellings.
-    std::wstring lower = L"\\\\" + here_;
-    CharLowerW(lower.data());
-    for (const wchar_t* server : {(const wchar_t*)nullptr, L"", here_.c_str(), lower.c_str()})
+    const std::wstring backslashed = L"\\\\" + lower_;
+    for (const wchar_t* server : {(const wchar_t*)nullptr, L"", here_.c_str(), backslashed.c_str()})
         EXPECT_EQ("OrvNetTestA 0 Backups 127 4294967295 0 " + Utf8(path_) + " (null)",
                   Line(Enumerate(server), "OrvNetTestA"))
             << Show(server);
-    Check({{"delete, another case", [] { return NetShareDel(nullptr, Text(L"ORVNETTESTA"), 0); }, NERR_Success},
-           {"delete again", [] { return NetShareDel(nullptr, Text(L"OrvNetTestA"), 0); }, NERR_NetNameNotFound}});
+    EXPECT_EQ(DWORD(NERR_Success), NetShareDel(nullptr, Text(L"ORVNETTESTA"), 0));
+    EXPECT_EQ(DWORD(NERR_NetNameNotFound), NetShareDel(nullptr, Text(L"OrvNetTestA"), 0));
     EXPECT_EQ("", Line(Enumerate(), "OrvNetTestA"));
-    EXPECT_EQ(buffers_, SimNet_UnreleasedBuffers());
 }
 
 TEST_F(NetworkStandIns, RefusalsNameTheirCauseAndChangeNothing) {
@@ -186,16 +177,14 @@ TEST_F(NetworkStandIns, RefusalsNameTheirCauseAndChangeNothing) {
     }
     BYTE* buffer = nullptr;
     DWORD read = 0, total = 0;
-    Check({{"add at level 502", [&] { return NetShareAdd(nullptr, 502, buffer, nullptr); }, ERROR_INVALID_LEVEL},
-           {"add, no buffer", [&] { return NetShareAdd(nullptr, 2, nullptr, nullptr); }, ERROR_INVALID_PARAMETER},
-           {"delete, no name", [] { return NetShareDel(nullptr, nullptr, 0); }, ERROR_INVALID_PARAMETER},
-           {"delete elsewhere", [] { return NetShareDel(Text(L"ELSEWHERE"), Text(L"A"), 0); }, ERROR_BAD_NETPATH},
-           {"enumerate elsewhere",
-            [&] { return NetShareEnum(Text(L"\\\\ELSEWHERE"), 2, &buffer, MAX_PREFERRED_LENGTH, &read, &total, nullptr); },
-            ERROR_BAD_NETPATH}});
+    EXPECT_EQ(DWORD(ERROR_INVALID_LEVEL), NetShareAdd(nullptr, 502, buffer, nullptr));
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), NetShareAdd(nullptr, 2, nullptr, nullptr));
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), NetShareDel(nullptr, nullptr, 0));
+    EXPECT_EQ(DWORD(ERROR_BAD_NETPATH), NetShareDel(Text(L"ELSEWHERE"), Text(L"A"), 0));
+    EXPECT_EQ(DWORD(ERROR_BAD_NETPATH),
+              NetShareEnum(Text(L"\\\\ELSEWHERE"), 2, &buffer, MAX_PREFERRED_LENGTH, &read, &total, nullptr));
     const std::vector<std::string> shares = Enumerate();
     EXPECT_TRUE(Line(shares, "OrvNetTestA") != "" && Line(shares, "OrvNetTestB") == "");
-    EXPECT_EQ(buffers_, SimNet_UnreleasedBuffers());
 }
 
 TEST_F(NetworkStandIns, EnumerationBuffersAreCountedUntilFreed) {
@@ -229,22 +218,19 @@ TEST_F(NetworkStandIns, EnumerationBuffersAreCountedUntilFreed) {
     EXPECT_EQ(all, lines);
 
     // The library frees the address of its walking pointer instead of the
-    // buffer: refused, and the buffer stays counted.
+    // buffer, or a pointer inside it: refused, and the buffer stays counted.
     ASSERT_EQ(DWORD(NERR_Success), NetShareEnum(nullptr, 2, &buffer, MAX_PREFERRED_LENGTH, &read, &total, nullptr));
     auto* walker = reinterpret_cast<SHARE_INFO_2*>(buffer) + 1;
-    Check({{"the walker's address", [&] { return NetApiBufferFree(&walker); }, ERROR_INVALID_PARAMETER},
-           {"inside the buffer", [&] { return NetApiBufferFree(walker); }, ERROR_INVALID_PARAMETER},
-           {"buffers left", [&] { return DWORD(SimNet_UnreleasedBuffers() - buffers_); }, 1},
-           {"the buffer", [&] { return NetApiBufferFree(buffer); }, NERR_Success},
-           {"the buffer again", [&] { return NetApiBufferFree(buffer); }, ERROR_INVALID_PARAMETER},
-           {"null", [] { return NetApiBufferFree(nullptr); }, NERR_Success},
-           {"buffers left at the end", [&] { return DWORD(SimNet_UnreleasedBuffers() - buffers_); }, 0}});
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), NetApiBufferFree(&walker));
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), NetApiBufferFree(walker));
+    EXPECT_EQ(buffers_ + 1, SimNet_UnreleasedBuffers());
+    EXPECT_EQ(DWORD(NERR_Success), NetApiBufferFree(buffer));
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), NetApiBufferFree(buffer));
+    EXPECT_EQ(DWORD(NERR_Success), NetApiBufferFree(nullptr));
 }
 
 TEST_F(NetworkStandIns, NamesAnswerFromThisComputerTheEnvironmentAndTheControlApi) {
     const std::string here = Utf8(here_);
-    std::wstring lower = here_;
-    CharLowerW(lower.data());
     SetEnvironmentVariableW(L"ORVSIM_NETWORK_NAMES", L" OrvVirtualServer01 ;\\\\SQLVS01;;");
     ASSERT_TRUE(SimNet_AddNetworkName(L"\\\\Added"));
     EXPECT_FALSE(SimNet_AddNetworkName(L"\\\\HOST\\share"));
@@ -254,8 +240,8 @@ TEST_F(NetworkStandIns, NamesAnswerFromThisComputerTheEnvironmentAndTheControlAp
         std::wstring asked;
         std::string answer;
     } rows[] = {
-        {lower, "0 \\\\" + here + " (null) 0 2 2"},
-        {L"\\\\" + lower + L"\\Backups\\full\\set", "0 \\\\" + here + "\\Backups \\full\\set 1 3 1"},
+        {lower_, "0 \\\\" + here + " (null) 0 2 2"},
+        {L"\\\\" + lower_ + L"\\Backups\\full\\set", "0 \\\\" + here + "\\Backups \\full\\set 1 3 1"},
         {L"orvvirtualserver01", "0 \\\\OrvVirtualServer01 (null) 0 2 2"},
         {L"\\\\sqlvs01\\data", "0 \\\\SQLVS01\\data (null) 1 3 1"},
         {L"ADDED", "0 \\\\Added (null) 0 2 2"},
@@ -284,17 +270,17 @@ TEST_F(NetworkStandIns, TooSmallABufferLearnsTheSizeNeeded) {
     size = needed - 1;
     EXPECT_EQ("234", Ask(asked, &size));
     EXPECT_EQ("0 \\\\" + Utf8(here_) + "\\Backups \\full 1 3 1", Ask(asked, &size));
+    // Without a buffer: the size alone for a size of 0, else refused.
     NETRESOURCEW resource = {}, noName = {};
     resource.lpRemoteName = asked.data();
     size = 0;
-    Check({{"no buffer, size 0", [&] { return WNetGetResourceInformationW(&resource, nullptr, &size, nullptr); },
-            ERROR_MORE_DATA},
-           {"the size", [&] { return size; }, needed},
-           {"no buffer, a size", [&] { return WNetGetResourceInformationW(&resource, nullptr, &size, nullptr); },
-            ERROR_INVALID_ADDRESS},
-           {"no remote name", [&] { return WNetGetResourceInformationW(&noName, nullptr, &(size = 0), nullptr); },
-            ERROR_INVALID_PARAMETER},
-           {"calls", [&] { return DWORD(SimNet_ResourceInformationCalls() - calls); }, 6}});
+    EXPECT_EQ(DWORD(ERROR_MORE_DATA), WNetGetResourceInformationW(&resource, nullptr, &size, nullptr));
+    EXPECT_EQ(needed, size);
+    EXPECT_EQ(DWORD(ERROR_INVALID_ADDRESS), WNetGetResourceInformationW(&resource, nullptr, &size, nullptr));
+    size = 0;
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), WNetGetResourceInformationW(&noName, nullptr, &size, nullptr));
+    // Failed calls count too.
+    EXPECT_EQ(6, SimNet_ResourceInformationCalls() - calls);
 }
 
 }  // namespace
