@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "harness/simulated_cluster.h"
+#include "harness/example_definition.h"
 #include "harness/utf8.h"
 #include "orvcluster.h"
 #include "orvcluster/cluster_handles.h"
@@ -79,15 +79,9 @@ std::wstring Here() {  // this computer as the cluster spells it
     return here;
 }
 
-class Operations : public orvtest::SimulatedClusterTest {
+// The product definition names the marker service: the job engine's.
+class Operations : public orvtest::DefinitionLoadedTest {
 protected:
-    void SetUp() override {
-        SimulatedClusterTest::SetUp();
-        // The product definition names the marker service: the job engine's.
-        static const unsigned loaded =
-            Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr, orvtest::ExamplePath().c_str());
-        ASSERT_EQ(1u, loaded);
-    }
     // The handles IsActiveClusterNode kept stay counted for the rest of the process.
     void TearDown() override {
         SimCluster_ClearFailures();
