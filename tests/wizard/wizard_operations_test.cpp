@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "harness/example_definition.h"
 #include "harness/registry_fixture.h"
-#include "harness/simulated_cluster.h"
 #include "orvcluster.h"
 #include "simnet.h"
 
@@ -30,22 +30,8 @@ void ExpectAnswers(const std::vector<Step>& steps) {
     for (const Step& step : steps) EXPECT_EQ(step.expected, step.run()) << step.call;
 }
 
-nlohmann::json Resource(const nlohmann::json& cluster, const char* name) {
-    const nlohmann::json* resource = orvtest::Named(cluster, "resources", name);
-    return resource ? *resource : nlohmann::json();
-}
-
 using WizardOperations = orvtest::SimulatedClusterTest;
-
-class Loaded : public WizardOperations {
-protected:
-    void SetUp() override {
-        WizardOperations::SetUp();
-        static const unsigned loaded =
-            Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr, orvtest::ExamplePath().c_str());
-        ASSERT_EQ(1u, loaded);
-    }
-};
+using Loaded = orvtest::DefinitionLoadedTest;
 
 TEST_F(WizardOperations, BeforeTheDefinitionIsLoaded) {
     ASSERT_STREQ(L"", Cluster::CWIZ_GetResourceList()->resourceName) << "runs before any test loads it";
@@ -83,15 +69,6 @@ TEST_F(Loaded, WithoutAnOpenClusterEveryStepAnswers0AndChangesNothing) {
     EXPECT_EQ(before, orvtest::SimulatedCluster());
     SimCluster_ClearFailures();
     SimClock_Advance(0x10000);  // the next test's factory detects the cluster again
-}
-
-TEST_F(Loaded, NoNameAtSlot512OrPastTheLast) {
-    wchar_t name[8] = L"#";
-    ExpectAnswers({STEP(0, GetNode(512, name)), STEP(0, GetNode(2, name)), STEP(0, GetNetwork(512, name)),
-                   STEP(0, GetNetwork(1, name))});
-    EXPECT_STREQ(L"#", name);
-    EXPECT_EQ(1u, Cluster::CWIZ_GetNode(1, name));
-    EXPECT_STREQ(L"NODE2", name);
 }
 
 TEST_F(Loaded, InstallFlagsByExactServiceName) {
@@ -177,10 +154,15 @@ TEST_F(Loaded, BounceRegOnlyOnBuild13_0_4201_0) {
     }
 }
 
-TEST_F(Loaded, SharedDrivesAreThoseOfTheClusterDisks) {
-    ExpectAnswers({STEP(1, IsSharedDrive(L"S:")), STEP(1, IsSharedDrive(L"t:")), STEP(1, IsSharedDrive(L"Q:")),
-                   STEP(1, IsSharedDrive(L"U:")), STEP(0, IsSharedDrive(L"C:")), STEP(0, IsSharedDrive(L"S:\\")),
-                   STEP(0, IsSharedDrive(L"")), STEP(0, IsSharedDrive(nullptr))});
+// No node or network at slot 512 or past the last; the shared drives are
+// those of the cluster disks.
+TEST_F(Loaded, NamesByIndexAndSharedDrives) {
+    wchar_t name[8] = L"#";
+    ExpectAnswers({STEP(0, GetNode(512, name)), STEP(0, GetNode(2, name)), STEP(0, GetNetwork(512, name)),
+                   STEP(0, GetNetwork(1, name)), STEP(1, IsSharedDrive(L"S:")), STEP(1, IsSharedDrive(L"t:")),
+                   STEP(1, IsSharedDrive(L"Q:")), STEP(1, IsSharedDrive(L"U:")), STEP(0, IsSharedDrive(L"C:")),
+                   STEP(0, IsSharedDrive(L"S:\\")), STEP(0, IsSharedDrive(L"")), STEP(0, IsSharedDrive(nullptr))});
+    EXPECT_STREQ(L"#", name);
     ASSERT_TRUE(SimCluster_InjectFailure(L"ClusterOpenEnum", 1, 1, ERROR_NOT_READY));
     EXPECT_EQ(0u, Cluster::CWIZ_IsSharedDrive(L"S:")) << "the disks cannot be listed";
 }
@@ -216,14 +198,17 @@ TEST_F(Loaded, UpgradeRebuildsTheExistingGroupOnTheDiskOfThePath) {
     SetCurrentDirectoryW(previous);
 
     const nlohmann::json cluster = orvtest::SimulatedCluster();
-    const nlohmann::json address = Resource(cluster, "Orvane IP Address");
-    EXPECT_EQ("Orvane Group", address["group"]);
-    EXPECT_EQ("10.20.30.40", address["private"]["Address"]);
-    EXPECT_EQ("255.255.255.0", address["private"]["SubnetMask"]);
-    EXPECT_EQ("Public", address["private"]["Network"]);
-    EXPECT_EQ("ORVANESRV", Resource(cluster, "Orvane Server Name")["private"]["Name"]);
-    EXPECT_EQ("Orvane Group", Resource(cluster, "Cluster Disk Q")["group"]);
-    EXPECT_TRUE(Resource(cluster, "Cluster Disk 1").is_null()) << "went with the old group";
+    auto resource = [&cluster](const char* name) {
+        const nlohmann::json* found = orvtest::Named(cluster, "resources", name);
+        return found ? *found : nlohmann::json();
+    };
+    for (const char* name : {"Orvane IP Address", "Orvane Server Name", "Cluster Disk Q"})
+        EXPECT_EQ("Orvane Group", resource(name)["group"]) << name;
+    EXPECT_EQ((nlohmann::json{{"Address", "10.20.30.40"}, {"SubnetMask", "255.255.255.0"}, {"Network", "Public"},
+                              {"EnableNetBios", 1}}),
+              resource("Orvane IP Address")["private"]);
+    EXPECT_EQ("ORVANESRV", resource("Orvane Server Name")["private"]["Name"]);
+    EXPECT_TRUE(resource("Cluster Disk 1").is_null()) << "went with the old group";
 }
 
 }  // namespace

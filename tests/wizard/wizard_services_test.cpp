@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "harness/simulated_cluster.h"
+#include "harness/example_definition.h"
 #include "harness/test_services.h"
 #include "orvcluster.h"
 
@@ -24,23 +24,11 @@ struct Before {
 };
 constexpr Before kAbsent = {nullptr, SERVICE_STOPPED}, kStopped = {L"", SERVICE_STOPPED}, kRunning = {L"", SERVICE_RUNNING};
 
-// Virtual time a call takes: `least` milliseconds, plus any number of
-// `step`s (a stop-pending service is looked at again after each pause).
-struct Took {
-    ULONGLONG least, step;
-};
-
-class WizardServices : public orvtest::SimulatedClusterTest {
+class WizardServices : public orvtest::DefinitionLoadedTest {
 protected:
-    void SetUp() override {
-        SimulatedClusterTest::SetUp();
-        static const unsigned loaded =
-            Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr, orvtest::ExamplePath().c_str());
-        ASSERT_EQ(1u, loaded);
-    }
     void TearDown() override {
         services_.clear();
-        SimulatedClusterTest::TearDown();
+        DefinitionLoadedTest::TearDown();
     }
 
     void Install(const std::vector<Before>& before) {
@@ -78,14 +66,15 @@ protected:
         GetProcessTimes(process.Get(), &times[0], &times[1], &times[2], &times[3]);
         return (ULONGLONG{times[0].dwHighDateTime} << 32) | times[0].dwLowDateTime;
     }
+    // The call takes `least` milliseconds of virtual time, plus any number
+    // of `step`s (a stop-pending service is looked at again after each pause).
     template <typename Call>
-    static void ExpectTook(const Took& took, Call call) {
+    static void ExpectTook(ULONGLONG least, ULONGLONG step, Call call) {
         const ULONGLONG start = SimClock_GetTickCount64();
         call();
         const ULONGLONG elapsed = SimClock_GetTickCount64() - start;
-        ASSERT_GE(elapsed, took.least);
-        const ULONGLONG beyond = elapsed - took.least;
-        EXPECT_EQ(0u, took.step ? beyond % took.step : beyond) << elapsed;
+        ASSERT_GE(elapsed, least);
+        EXPECT_EQ(0u, step ? (elapsed - least) % step : elapsed - least) << elapsed;
     }
 
     std::vector<std::unique_ptr<orvtest::TestService>> services_;
@@ -96,17 +85,17 @@ TEST_F(WizardServices, StoppingWaitsWhileStopPendingAnd1006WhenOneDoesNotStop) {
     const struct {
         std::vector<Before> before;
         unsigned answer;
-        Took took;  // 2 s after each stop; twice the 3 s wait hint per look while stop pending
+        ULONGLONG least, step;  // 2 s after each stop; twice the 3 s wait hint per look while stop pending
         std::vector<DWORD> after;
     } cases[] = {
-        {{kStopped, kStopped, kStopped}, 0, {0, 0}, {1, 1, 1}},
-        {{kRunning, kAbsent, kRunning}, 0, {2 * 2000, 0}, {1, 0, 1}},
-        {{kStopped, slow, kStopped}, 0, {3 * 6000 + 2000, 6000}, {1, 1, 1}},
-        {{kRunning, stuck, kRunning}, 1006, {2 * 2000, 0}, {1, SERVICE_STOP_PENDING, 1}},  // stop refused
+        {{kStopped, kStopped, kStopped}, 0, 0, 0, {1, 1, 1}},
+        {{kRunning, kAbsent, kRunning}, 0, 2 * 2000, 0, {1, 0, 1}},
+        {{kStopped, slow, kStopped}, 0, 3 * 6000 + 2000, 6000, {1, 1, 1}},
+        {{kRunning, stuck, kRunning}, 1006, 2 * 2000, 0, {1, SERVICE_STOP_PENDING, 1}},  // stop refused
     };
     for (const auto& c : cases) {
         ASSERT_NO_FATAL_FAILURE(Install(c.before));
-        ExpectTook(c.took, [&] { EXPECT_EQ(c.answer, Cluster::CWIZ_StopServices(nullptr)); });
+        ExpectTook(c.least, c.step, [&] { EXPECT_EQ(c.answer, Cluster::CWIZ_StopServices(nullptr)); });
         EXPECT_EQ(c.after, States());
     }
 }
@@ -115,20 +104,18 @@ TEST_F(WizardServices, StartingLastFirstWaiting30SecondsAtMost) {
     const Before neverStarts = {L"--start-pending", SERVICE_STOPPED};
     const struct {
         std::vector<Before> before;
-        Took took;  // a 500 ms poll and 5 s for each service that starts
+        ULONGLONG took;  // a 500 ms poll and 5 s for each service that starts
         std::vector<DWORD> after;
     } cases[] = {
-        {{kStopped, kStopped, kStopped}, {3 * 5500, 0}, {4, 4, 4}},
-        {{kStopped, kStopped, neverStarts}, {60 * 500 + 2 * 5500, 0}, {4, 4, 2}},
-        {{kStopped, kAbsent, kRunning}, {5500, 0}, {4, 0, 4}},
+        {{kStopped, kAbsent, kRunning}, 5500, {4, 0, 4}},
+        {{kStopped, kStopped, neverStarts}, 60 * 500 + 2 * 5500, {4, 4, 2}},
     };
     for (const auto& c : cases) {
         ASSERT_NO_FATAL_FAILURE(Install(c.before));
-        ExpectTook(c.took, [] { EXPECT_EQ(0u, Cluster::CWIZ_StartServices(nullptr)); });
+        ExpectTook(c.took, 0, [] { EXPECT_EQ(0u, Cluster::CWIZ_StartServices(nullptr)); });
         EXPECT_EQ(c.after, States());
     }
-    ASSERT_NO_FATAL_FAILURE(Install({kStopped, kStopped, kStopped}));
-    Cluster::CWIZ_StartServices(nullptr);
+    // The last case started all three.
     EXPECT_LT(Began(kServices[2]), Began(kServices[1]));
     EXPECT_LT(Began(kServices[1]), Began(kServices[0]));
 }
