@@ -116,8 +116,8 @@ OrvclusRun ExpectAnswer(const std::wstring& arguments, DWORD exitCode, const std
     const bool json = Has(Utf8(arguments), "--json");
     if (exitCode == 0) {
         EXPECT_TRUE(errors.empty()) << run.err;
-        const std::vector<std::string> lines = Lines(run.out);
         if (!json) {
+            const std::vector<std::string> lines = Lines(run.out);
             EXPECT_EQ(Me(text), lines.empty() ? "" : lines[0]) << run.out;
         }
         return run;
