@@ -4,6 +4,7 @@
 // of the definition's three services are installed here as Windows services;
 // the third (OrvTapeEngine) is not, so it gets no resource.
 
+#include <list>
 #include <memory>
 #include <set>
 
@@ -33,10 +34,9 @@ const std::vector<std::string> kMembers = {"Cluster Disk 1", "Orvane IP Address"
 class Provisioning : public orvtest::DefinitionLoadedTest {
 protected:
     static void SetUpTestSuite() {
-        discovery_ = std::make_unique<orvtest::TestService>(L"OrvDiscovery", L"");
-        engine_ = std::make_unique<orvtest::TestService>(L"OrvJobEngine", L"");
+        for (const wchar_t* name : {L"OrvDiscovery", L"OrvJobEngine"}) services_.emplace_back(name, L"");
     }
-    static void TearDownTestSuite() { discovery_.reset(), engine_.reset(); }
+    static void TearDownTestSuite() { services_.clear(); }
     void SetUp() override {
         DefinitionLoadedTest::SetUp();
         for (const wchar_t* service : {L"", L"OrvDiscovery", L"OrvJobEngine", L"OrvTapeEngine"})
@@ -70,11 +70,11 @@ protected:
         return names;
     }
 
-    static std::unique_ptr<orvtest::TestService> discovery_, engine_;
+    static std::list<orvtest::TestService> services_;
     boost::shared_ptr<MSCSCluster> cluster_;
 };
 
-std::unique_ptr<orvtest::TestService> Provisioning::discovery_, Provisioning::engine_;
+std::list<orvtest::TestService> Provisioning::services_;
 
 // The share's name as the product's services find it.
 std::wstring KeptShareName() {

@@ -5,21 +5,16 @@
 
 namespace orvtest {
 
-// The bundled product definition (examples/clusconfig.xml), loaded as the
-// wizard loads it. The library keeps the first definition a program loads,
-// so it is loaded once; the first time needs the simulated cluster open.
-inline bool LoadExampleDefinition() {
-    static const bool loaded =
-        Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr, ExamplePath().c_str()) == 1;
-    return loaded;
-}
-
-// A test on the bundled cluster with the bundled definition loaded.
+// A test on the bundled cluster with the bundled product definition
+// (examples/clusconfig.xml) loaded as the wizard loads it. The library keeps
+// the first definition a program loads, so it is loaded once.
 class DefinitionLoadedTest : public SimulatedClusterTest {
 protected:
     void SetUp() override {
         SimulatedClusterTest::SetUp();
-        ASSERT_TRUE(LoadExampleDefinition());
+        static const bool loaded =
+            Cluster::CWIZ_InitData(nullptr, nullptr, nullptr, nullptr, nullptr, ExamplePath().c_str()) == 1;
+        ASSERT_TRUE(loaded);
     }
 };
 
