@@ -4,6 +4,7 @@
 //   --stop-after MS    on a stop request, stay "stop pending" for MS
 //                      milliseconds of the shared virtual clock, then stop
 //   --never-stop       on a stop request, stay "stop pending" for ever
+//   --wait-hint MS     the wait hint reported while pending (3000 unless said)
 //   --clock NAME       join the virtual clock of that name (the test's)
 // Without options it runs and stops at once when asked.
 
@@ -21,6 +22,7 @@ struct Options {
     bool startPending = false;
     StopBehaviour stop = StopBehaviour::Immediate;
     ULONGLONG stopDelay = 0;
+    DWORD waitHint = 3000;
 };
 
 Options options;
@@ -32,7 +34,7 @@ void Report(DWORD state, DWORD controlsAccepted) {
     status.dwCurrentState = state;
     status.dwControlsAccepted = controlsAccepted;
     ++status.dwCheckPoint;
-    status.dwWaitHint = state == SERVICE_RUNNING || state == SERVICE_STOPPED ? 0 : 3000;
+    status.dwWaitHint = state == SERVICE_RUNNING || state == SERVICE_STOPPED ? 0 : options.waitHint;
     SetServiceStatus(statusHandle, &status);
 }
 
@@ -75,6 +77,8 @@ void ParseOptions(int count, wchar_t** arguments) {
             options.stop = StopBehaviour::Never;
         } else if (!wcscmp(arguments[i], L"--clock") && i + 1 < count) {
             SetEnvironmentVariableW(L"ORVSIM_CLOCK", arguments[++i]);
+        } else if (!wcscmp(arguments[i], L"--wait-hint") && i + 1 < count) {
+            options.waitHint = wcstoul(arguments[++i], nullptr, 10);
         } else if (!wcscmp(arguments[i], L"--stop-after") && i + 1 < count) {
             options.stop = StopBehaviour::Delayed;
             options.stopDelay = wcstoull(arguments[++i], nullptr, 10);

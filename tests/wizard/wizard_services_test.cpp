@@ -82,6 +82,9 @@ protected:
 
 TEST_F(WizardServices, StoppingWaitsWhileStopPendingAnd1006WhenOneDoesNotStop) {
     const Before slow = {L"--stop-after 13000", SERVICE_RUNNING}, stuck = {L"--never-stop", SERVICE_STOP_PENDING};
+    // Twice a short hint is still 2 s; twice a long one at most 10 s.
+    const Before shortHint = {L"--stop-after 13000 --wait-hint 900", SERVICE_RUNNING},
+                 longHint = {L"--stop-after 13000 --wait-hint 8000", SERVICE_RUNNING};
     const struct {
         std::vector<Before> before;
         unsigned answer;
@@ -91,6 +94,8 @@ TEST_F(WizardServices, StoppingWaitsWhileStopPendingAnd1006WhenOneDoesNotStop) {
         {{kStopped, kStopped, kStopped}, 0, 0, 0, {1, 1, 1}},
         {{kRunning, kAbsent, kRunning}, 0, 2 * 2000, 0, {1, 0, 1}},
         {{kStopped, slow, kStopped}, 0, 3 * 6000 + 2000, 6000, {1, 1, 1}},
+        {{kStopped, shortHint, kStopped}, 0, 7 * 2000 + 2000, 2000, {1, 1, 1}},
+        {{kStopped, longHint, kStopped}, 0, 2 * 10000 + 2000, 10000, {1, 1, 1}},
         {{kRunning, stuck, kRunning}, 1006, 2 * 2000, 0, {1, SERVICE_STOP_PENDING, 1}},  // stop refused
     };
     for (const auto& c : cases) {
