@@ -64,11 +64,18 @@ DWORD WaitUntilRunning(SC_HANDLE service) {
     return kStartTimedOut;
 }
 
-DWORD StartProductService(const wchar_t* name, const wchar_t* machine) {
+// Opens the service with full access through `machine`'s service manager:
+// 0, or the code of the step that failed.
+DWORD OpenProductService(const wchar_t* name, const wchar_t* machine, orv::UniqueServiceHandle& service) {
     orv::UniqueServiceHandle manager(OpenSCManagerW(machine, nullptr, SC_MANAGER_CONNECT));
     if (!manager) return kNoServiceManager;
-    orv::UniqueServiceHandle service(OpenServiceW(manager.Get(), name, SERVICE_ALL_ACCESS));
-    if (!service) return kServiceNotOpened;
+    service.Reset(OpenServiceW(manager.Get(), name, SERVICE_ALL_ACCESS));
+    return service ? 0 : kServiceNotOpened;
+}
+
+DWORD StartProductService(const wchar_t* name, const wchar_t* machine) {
+    orv::UniqueServiceHandle service;
+    if (const DWORD failed = OpenProductService(name, machine, service)) return failed;
     SERVICE_STATUS status = {};
     if (QueryServiceStatus(service.Get(), &status) && status.dwCurrentState == SERVICE_RUNNING) return 0;
 
@@ -88,10 +95,8 @@ DWORD StopPause(DWORD waitHint) {
 }
 
 DWORD StopProductService(const wchar_t* name, const wchar_t* machine) {
-    orv::UniqueServiceHandle manager(OpenSCManagerW(machine, nullptr, SC_MANAGER_CONNECT));
-    if (!manager) return kNoServiceManager;
-    orv::UniqueServiceHandle service(OpenServiceW(manager.Get(), name, SERVICE_ALL_ACCESS));
-    if (!service) return kServiceNotOpened;
+    orv::UniqueServiceHandle service;
+    if (const DWORD failed = OpenProductService(name, machine, service)) return failed;
     SERVICE_STATUS status = {};
     if (!QueryServiceStatus(service.Get(), &status)) return kStatusUnreadable;
     if (status.dwCurrentState == SERVICE_STOPPED) return kAlreadyStopped;
