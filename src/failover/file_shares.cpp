@@ -11,6 +11,7 @@
 #include <cwchar>
 #include <memory>
 
+#include "failover/group_members.h"
 #include "failover/resource_states.h"
 #include "orvcluster/cluster_control.h"
 #include "orvcluster/cluster_handles.h"
@@ -106,11 +107,8 @@ unsigned MSCSCluster::DelFileServerResource(wchar_t* server) {
 }
 
 unsigned MSCSCluster::OnlineFileServerResource(const wchar_t* group) {
-    if (!hCluster_ || !group) return 0;
-    orv::UniqueClusterGroup groupHandle(glue_->OpenClusterGroup(hCluster_, group));
-    if (!groupHandle) return 0;
     std::list<std::wstring> members;
-    if (!orv::GroupObjects(groupHandle.Get(), CLUSTER_GROUP_ENUM_CONTAINS, true).AppendNames(members)) return 0;
+    if (!hCluster_ || !group || !orv::GroupMembers(hCluster_, group, members)) return 0;
     unsigned result = 1;
     for (const std::wstring& name : members) {
         std::unique_ptr<ClusterResource> resource(OpenAs<ClusterResource>(name));

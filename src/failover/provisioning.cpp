@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "failover/group_members.h"
 #include "failover/product_records.h"
 #include "failover/resource_states.h"
 #include "failover/value_list.h"
@@ -84,6 +85,25 @@ DWORD TakeOffline(MSCSClusterGlue& glue, HRESOURCE resource, CLUSTER_RESOURCE_ST
     if (answer == ERROR_IO_PENDING) state = orv::SettledState(resource, kPollMilliseconds, orv::IsInTransition);
     else state = glue.GetClusterResourceState(resource, nullptr, nullptr, nullptr, nullptr);
     return answer;
+}
+
+// Adds `node` to, or removes it from (`change`), the possible owners of every
+// resource of the group. True when each answered success or `done` (it was
+// an owner already, or none).
+bool ChangeOwners(HCLUSTER cluster, const wchar_t* group, const wchar_t* node,
+                  DWORD (MSCSClusterGlue::*change)(HRESOURCE, HNODE), DWORD done) {
+    if (!group || !node) return false;
+    orvclass::shared_ptr<MSCSClusterGlue> glue = MSCSClusterGlue::GetInstance();
+    orv::UniqueClusterNode nodeHandle(glue->OpenClusterNode(cluster, orv::SkipLeadingBackslashes(node)));
+    std::list<std::wstring> members;
+    if (!nodeHandle || !orv::GroupMembers(cluster, group, members)) return false;
+    bool changed = true;
+    for (const std::wstring& name : members) {
+        orv::UniqueClusterResource resource(glue->OpenClusterResource(cluster, name.c_str()));
+        const DWORD answer = resource ? (glue.get()->*change)(resource.Get(), nodeHandle.Get()) : GetLastError();
+        if (answer != ERROR_SUCCESS && answer != done) changed = false;
+    }
+    return changed;
 }
 
 // Offline, or failed: either way the resource no longer runs.
@@ -294,11 +314,9 @@ unsigned MSCSCluster::MakeOffline(const wchar_t* group) {
 
 unsigned MSCSCluster::DeleteGroup(const wchar_t* group) {
     if (!hCluster_ || !group || !*group) return kInstallFailure;
-    orv::UniqueClusterGroup groupHandle(glue_->OpenClusterGroup(hCluster_, group));
-    if (!groupHandle) return kInstallFailure;
+    orv::UniqueClusterGroup groupHandle;
     std::list<std::wstring> members;
-    if (!orv::GroupObjects(groupHandle.Get(), CLUSTER_GROUP_ENUM_CONTAINS, true).AppendNames(members))
-        return kInstallFailure;
+    if (!orv::GroupMembers(hCluster_, group, members, &groupHandle)) return kInstallFailure;
 
     for (const std::wstring& name : members) {
         orv::UniqueClusterResource resource(glue_->OpenClusterResource(hCluster_, name.c_str()));
@@ -323,46 +341,23 @@ unsigned MSCSCluster::DeleteGroup(const wchar_t* group) {
 }
 
 unsigned MSCSCluster::AddNode(const wchar_t* group, const wchar_t* node) {
-    if (!hCluster_ || !group || !node) return 0;
-    orv::UniqueClusterGroup groupHandle(glue_->OpenClusterGroup(hCluster_, group));
-    orv::UniqueClusterNode nodeHandle(glue_->OpenClusterNode(hCluster_, orv::SkipLeadingBackslashes(node)));
-    if (!groupHandle || !nodeHandle) return 0;
-    std::list<std::wstring> members;
-    if (!orv::GroupObjects(groupHandle.Get(), CLUSTER_GROUP_ENUM_CONTAINS, true).AppendNames(members)) return 0;
-    unsigned result = 1;
-    for (const std::wstring& name : members) {
-        orv::UniqueClusterResource resource(glue_->OpenClusterResource(hCluster_, name.c_str()));
-        const DWORD answer = resource ? glue_->AddClusterResourceNode(resource.Get(), nodeHandle.Get()) : GetLastError();
-        if (answer != ERROR_SUCCESS && answer != ERROR_OBJECT_ALREADY_EXISTS) result = 0;
-    }
-    return result;
+    return hCluster_ && ChangeOwners(hCluster_, group, node, &MSCSClusterGlue::AddClusterResourceNode,
+                                     ERROR_OBJECT_ALREADY_EXISTS)
+               ? 1
+               : 0;
 }
 
 unsigned MSCSCluster::DeleteNode(const wchar_t* group, const wchar_t* node) {
-    constexpr unsigned kFailed = 0xFFFFFFFF;
-    if (!hCluster_ || !group || !node) return kFailed;
-    orv::UniqueClusterGroup groupHandle(glue_->OpenClusterGroup(hCluster_, group));
-    orv::UniqueClusterNode nodeHandle(glue_->OpenClusterNode(hCluster_, orv::SkipLeadingBackslashes(node)));
-    if (!groupHandle || !nodeHandle) return kFailed;
-    std::list<std::wstring> members;
-    if (!orv::GroupObjects(groupHandle.Get(), CLUSTER_GROUP_ENUM_CONTAINS, true).AppendNames(members)) return kFailed;
-    unsigned result = 1;
-    for (const std::wstring& name : members) {
-        orv::UniqueClusterResource resource(glue_->OpenClusterResource(hCluster_, name.c_str()));
-        const DWORD answer =
-            resource ? glue_->RemoveClusterResourceNode(resource.Get(), nodeHandle.Get()) : GetLastError();
-        // A node that was no possible owner is removed already.
-        if (answer != ERROR_SUCCESS && answer != ERROR_CLUSTER_NODE_NOT_FOUND) result = kFailed;
-    }
-    return result;
+    // A node that was no possible owner is removed already.
+    return hCluster_ && ChangeOwners(hCluster_, group, node, &MSCSClusterGlue::RemoveClusterResourceNode,
+                                     ERROR_CLUSTER_NODE_NOT_FOUND)
+               ? 1
+               : 0xFFFFFFFF;
 }
 
 unsigned MSCSCluster::DeleteServiceFromGroup(const wchar_t* group, const wchar_t* service, int flags) {
-    if (!hCluster_ || !group || !service) return 0;
-    orv::UniqueClusterGroup groupHandle(glue_->OpenClusterGroup(hCluster_, group));
-    if (!groupHandle) return 0;
     std::list<std::wstring> members;
-    if (!orv::GroupObjects(groupHandle.Get(), CLUSTER_GROUP_ENUM_CONTAINS, true).AppendNames(members)) return 0;
+    if (!hCluster_ || !group || !service || !orv::GroupMembers(hCluster_, group, members)) return 0;
     std::unique_ptr<ClusterServiceResource> found;
     for (const std::wstring& name : members) {
         std::unique_ptr<ClusterServiceResource> resource(OpenAs<ClusterServiceResource>(name));
