@@ -98,7 +98,10 @@ void Simulator::LoadDefaultScenario() {
 
 void Simulator::KeepState() {
     if (statePath_.empty() || !cluster.present) return;
-    WriteWholeFile(statePath_, WriteScenario(cluster));
+    // Most calls only read: the file is written when the cluster changed.
+    std::string state = WriteScenario(cluster);
+    if (state == keptState_) return;
+    if (WriteWholeFile(statePath_, state)) keptState_ = std::move(state);
 }
 
 bool Simulator::LoadScenario(const std::string& json, const std::wstring& origin) {

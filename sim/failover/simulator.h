@@ -98,6 +98,7 @@ private:
 
     bool decided_ = false;  // a scenario was loaded or refused, by hand or automatically
     std::wstring statePath_;  // ORVSIM_STATE: where the cluster outlives the program
+    std::string keptState_;   // what the state file holds now
     DWORD calls_[static_cast<int>(EntryPoint::Count)] = {};
     std::vector<InjectedFailure> failures_[static_cast<int>(EntryPoint::Count)];
 };
