@@ -15,6 +15,8 @@
 #include "orvcluster/cluster_api.h"
 #include "orvcluster/mscs_cluster_glue.h"
 #include "orvcluster/resource_glue.h"
+#include "orvcluster/nrx_api.h"
+#include "orvcluster/nrx_cluster_glue.h"
 #include "orvcluster/names.h"
 #include "orvcluster/unique_handle.h"
 #include "orvcluster/cluster_handles.h"

@@ -17,6 +17,7 @@ enum class Missing {
     UnknownState,               // -1, last error untouched
     UnknownStateWithLastError,  // -1 after SetLastError(127)
     Zero,                       // 0 or FALSE, last error untouched
+    StatusFailureWithLastError, // 1, the partner API's generic failure, after SetLastError(127)
 };
 
 constexpr DWORD kMissingEntryPoint = ERROR_PROC_NOT_FOUND;  // 127
@@ -41,13 +42,15 @@ auto CallEntryPoint(FARPROC address, Args... args) {
     if (address) return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(address))(args...);
     constexpr Missing missing = Entry::missing;
     if constexpr (missing == Missing::NullWithLastError || missing == Missing::OpenFailedWithLastError ||
-                  missing == Missing::UnknownStateWithLastError)
+                  missing == Missing::UnknownStateWithLastError || missing == Missing::StatusFailureWithLastError)
         SetLastError(kMissingEntryPoint);
     if constexpr (std::is_pointer_v<Result>) {
         static_assert(missing == Missing::NullWithLastError || missing == Missing::Zero);
         return Result(nullptr);
     } else if constexpr (missing == Missing::Code127) {
         return static_cast<Result>(kMissingEntryPoint);
+    } else if constexpr (missing == Missing::StatusFailureWithLastError) {
+        return static_cast<Result>(1);
     } else if constexpr (missing == Missing::OpenFailedWithLastError) {
         return static_cast<Result>(ERROR_OPEN_FAILED);
     } else if constexpr (missing == Missing::UnknownState || missing == Missing::UnknownStateWithLastError) {
@@ -78,17 +81,20 @@ auto CallEntryPoint(FARPROC address, Args... args) {
     struct Entry<k##name> : orv::EntryPoint<name##Function, orv::Missing::missing> {};
 #define ORV_BINDING_NAME(name, missing) #name,
 
-// Loads `library` by name and looks up each of `count` entry points in
-// order into `addresses`. Without the library every address stays null; a
-// name that is not found leaves its address null. Answers the module
-// handle, or null.
-inline HMODULE BindLibrary(const wchar_t* library, const char* const* names, FARPROC* addresses,
-                           size_t count) {
+// Looks up each of `count` entry points of `module` in order into
+// `addresses`. Without a module every address stays null; a name that is
+// not found leaves its address null. Answers the module.
+inline HMODULE BindModule(HMODULE module, const char* const* names, FARPROC* addresses, size_t count) {
     std::fill(addresses, addresses + count, nullptr);
-    HMODULE module = LoadLibraryW(library);
     if (!module) return nullptr;
     for (size_t i = 0; i < count; ++i) addresses[i] = GetProcAddress(module, names[i]);
     return module;
+}
+
+// The same for `library`, loaded by name through the search path.
+inline HMODULE BindLibrary(const wchar_t* library, const char* const* names, FARPROC* addresses,
+                           size_t count) {
+    return BindModule(LoadLibraryW(library), names, addresses, count);
 }
 
 }  // namespace orv
