@@ -1,8 +1,11 @@
-// The bindings on a machine without the failover cluster libraries (this
-// test runs with clusapi.dll and resutils.dll disabled): every wrapper
-// answers its fixed result, and nothing throws.
+// The bindings on a machine without the cluster libraries (this test runs
+// with clusapi.dll, resutils.dll and nrxapi_mt.dll disabled, and without the
+// NRX console's registry key): every wrapper answers its fixed result, and
+// nothing throws.
 
 #include <functional>
+#include <list>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -140,6 +143,85 @@ TEST(GlueWithoutLibrary, EveryWrapperAnswersItsFixedResult) {
         EXPECT_EQ(row.lastError, GetLastError()) << row.wrapper;
     }
     EXPECT_EQ(nullptr, GetModuleHandleW(L"clusapi.dll"));
+}
+
+// Without the NRX client every wrapper fails quietly: the failure status,
+// null or false, and the last error left as it was; the free wrappers do
+// nothing.
+TEST(GlueWithoutLibrary, NrxWrappersFailQuietly) {
+    ASSERT_EQ(nullptr, GetModuleHandleW(L"nrxapi_mt.dll"));
+    orvclass::shared_ptr<NRXClusterGlue> nrx = NRXClusterGlue::GetInstance();
+    EXPECT_FALSE(nrx->OK());
+
+    auto cluster = reinterpret_cast<NRXHandle>(8);
+    NRXAttr* attr = nullptr;
+    NRXObjNames* names = nullptr;
+    NRXStateInfo* state = nullptr;
+    NRXCntlInfo* cntl = nullptr;
+    NRXObject* object = nullptr;
+    char* text = nullptr;
+    char* values[] = {const_cast<char*>("Lanman")};
+    std::list<std::wstring> found;
+    auto as = [](auto value) { return (intptr_t)(value); };
+    const std::vector<std::pair<const char*, std::function<intptr_t()>>> calls = {
+        {"OpenCluster", [&] { return as(nrx->OpenCluster(nullptr)); }},
+        {"ClusterEnum", [&] { return as(nrx->ClusterEnum(cluster, "Nodes", found, "")); }},
+        {"GetLastError", [&] { return as(nrx->GetLastError()); }},
+        {"OpenClusterResource", [&] { return as(nrx->OpenClusterResource(cluster, "r", "a", &attr) - 1); }},
+        {"GetClusterResourceState",
+         [&] { return as(nrx->GetClusterResourceState(cluster, NRX_OBJ_RESOURCE, "r", &state, nullptr) - 1); }},
+        {"ResGetGrpName", [&] { return as(nrx->ResGetGrpName(cluster, "r", &text) - 1); }},
+        {"OnlineClusterResource", [&] { return as(nrx->OnlineClusterResource(cluster, "r", "s") - 1); }},
+        {"OfflineClusterResource", [&] { return as(nrx->OfflineClusterResource(cluster, "r", "s") - 1); }},
+        {"ResProbe", [&] { return as(nrx->ResProbe(cluster, "r", nullptr) - 1); }},
+        {"ResGetChildList", [&] { return as(nrx->ResGetChildList(cluster, "r", &names) - 1); }},
+        {"ResOffline", [&] { return as(nrx->ResOffline(cluster, "r", "s") - 1); }},
+        {"ResLink", [&] { return as(nrx->ResLink(cluster, "p", "c") - 1); }},
+        {"ResAttrMakeLocal", [&] { return as(nrx->ResAttrMakeLocal(cluster, "r", "a") - 1); }},
+        {"GetClusterObject", [&] { return as(nrx->GetClusterObject(cluster, NRX_OBJ_CLUSTER, nullptr, &object) - 1); }},
+        {"FreeClusterObject", [&] { return as(nrx->FreeClusterObject(object) - 1); }},
+        {"ClusterConfOpen", [&] { return as(nrx->ClusterConfOpen(cluster, 0) - 1); }},
+        {"ClusterConfClose", [&] { return as(nrx->ClusterConfClose(cluster, 0) - 1); }},
+        {"ObjectGetNames", [&] { return as(nrx->ObjectGetNames(cluster, NRX_OBJ_GROUP, nullptr, &names, nullptr) - 1); }},
+        {"FreeObjNames", [&] { return as(nrx->FreeObjNames(names) - 1); }},
+        {"ObjGetAttribute",
+         [&] { return as(nrx->ObjGetAttribute(cluster, NRX_OBJ_GROUP, "g", "State", &attr) - 1); }},
+        {"ObjSetAttribute",
+         [&] { return as(nrx->ObjSetAttribute(cluster, NRX_OBJ_GROUP, "g", attr, NRX_ATTR_ADD_KEY, nullptr) - 1); }},
+        {"AttrFillStr", [&] { return as(nrx->AttrFillStr("a", "v", &attr) - 1); }},
+        {"AttrFillInt", [&] { return as(nrx->AttrFillInt("a", 1, &attr) - 1); }},
+        {"NRXAttrFillInt", [&] { return as(nrx->NRXAttrFillInt("a", 1, &attr) - 1); }},
+        {"AttrFillStrVector", [&] { return as(nrx->AttrFillStrVector("a", nullptr, &attr) - 1); }},
+        {"AttrFillKeylist", [&] { return as(nrx->AttrFillKeylist("a", nullptr, &attr) - 1); }},
+        {"AttrFillStrAssoc", [&] { return as(nrx->AttrFillStrAssoc("a", nullptr, &attr) - 1); }},
+        {"AttrGetStr", [&] { return as(nrx->AttrGetStr(attr, nullptr, 0, &text) - 1); }},
+        {"GrpAdd", [&] { return as(nrx->GrpAdd(cluster, "g") - 1); }},
+        {"GrpDel", [&] { return as(nrx->GrpDel(cluster, "g") - 1); }},
+        {"GrpOnline", [&] { return as(nrx->GrpOnline(cluster, "g", "s") - 1); }},
+        {"GrpEnableResources", [&] { return as(nrx->GrpEnableResources(cluster, "g") - 1); }},
+        {"ResourceAdd", [&] { return as(nrx->ResourceAdd(cluster, "r", "t", "g") - 1); }},
+        {"ResourceDelete", [&] { return as(nrx->ResourceDelete(cluster, "r") - 1); }},
+        {"ResTypeAdd", [&] { return as(nrx->ResTypeAdd(cluster, "t") - 1); }},
+        {"FillCntlInfo", [&] { return as(nrx->FillCntlInfo(NRX_CNTL_TYPE, values, 1, &cntl) - 1); }},
+    };
+    // Each answers 0 here: null, false, or the failure status less one.
+    for (const auto& [wrapper, call] : calls) {
+        SetLastError(kUntouched);
+        EXPECT_EQ(0, call()) << wrapper;
+        EXPECT_EQ(kUntouched, GetLastError()) << wrapper;
+    }
+    EXPECT_TRUE(found.empty());
+
+    SetLastError(kUntouched);
+    nrx->CloseClusterResource(&attr);
+    nrx->FreeCntlInfo(cntl);
+    nrx->FreeStr(text);
+    nrx->FreeAttr(attr);
+    nrx->FreeStateInfo(state);
+    nrx->FreeResourceStateInfo(state);
+    nrx->FreeError(nullptr);
+    EXPECT_EQ(kUntouched, GetLastError());
+    EXPECT_EQ(nullptr, GetModuleHandleW(L"nrxapi_mt.dll"));
 }
 
 // A handle type closes through the binding, whose answer here sets 127; the
