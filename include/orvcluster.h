@@ -24,3 +24,4 @@
 #include "orvcluster/cluster_property_list.h"
 #include "orvcluster/cluster_resource.h"
 #include "orvcluster/mscs_cluster.h"
+#include "orvcluster/nrx_cluster.h"

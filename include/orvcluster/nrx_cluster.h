@@ -69,6 +69,7 @@ public:
     // cluster or of one service group.
     bool GetDriveNames(std::list<std::wstring>& drives) override;
     bool GetDriveNames(std::list<std::wstring>& drives, std::string group);
+    using Cluster::GetDriveNames;
 
     // Identity and network.
     bool GetOrvVirtualName(std::wstring& name) override;
@@ -78,7 +79,9 @@ public:
     // Writes the active computer name of the machine `name`; silent.
     void SetActiveComputerName(std::wstring name);
     bool GetIPResourceProps(std::wstring resource, std::wstring& address, std::wstring& subnet);
+    // Appends the virtual name of every "Lanman" resource.
     bool GetNetworkNames(std::list<std::wstring>& names);
+    using Cluster::GetNetworkNames;
     // The system where the network name or address `name` was last online.
     // True also when no resource carries it: `node` is then left as it was
     // (this computer's name when `name` is empty).
@@ -107,6 +110,9 @@ public:
     NRXHandle GetClusterHandle() const { return handle_; }
 
 private:
+    // Both GetDriveNames: of the cluster (`group` null) or of one group.
+    bool CollectDriveNames(std::list<std::wstring>& drives, const std::string* group);
+
     orvclass::shared_ptr<NRXClusterGlue> glue_;
     NRXHandle handle_ = nullptr;
 };
