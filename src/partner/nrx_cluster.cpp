@@ -103,10 +103,14 @@ ServiceCheck CheckNrxServices(const std::wstring& machine) {
             continue;
         }
         SERVICE_STATUS status = {};
-        if (ControlService(service.Get(), SERVICE_CONTROL_INTERROGATE, &status)) {
+        const DWORD error =
+            ControlService(service.Get(), SERVICE_CONTROL_INTERROGATE, &status) ? ERROR_SUCCESS : GetLastError();
+        // A service on its way up cannot take the request, but the manager
+        // still gives its state.
+        if (error == ERROR_SUCCESS || error == ERROR_SERVICE_CANNOT_ACCEPT_CTRL) {
             if (status.dwCurrentState == SERVICE_RUNNING) ++running;
             if (status.dwCurrentState == SERVICE_START_PENDING) starting = true;
-        } else if (GetLastError() == ERROR_SERVICE_NOT_ACTIVE && StartsAutomatically(service.Get(), buffer, size)) {
+        } else if (error == ERROR_SERVICE_NOT_ACTIVE && StartsAutomatically(service.Get(), buffer, size)) {
             starting = true;
         }
     }
