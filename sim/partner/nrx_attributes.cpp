@@ -85,8 +85,8 @@ Status ApplyOp(Values& target, NRXAttrDimension dimension, NRXAttrType type, int
             result.clear();
             for (size_t i = 0; i < given.values.size(); i += step) {
                 if (keyed && KeyAt(result, given.values[i], step, same) != std::string::npos)
-                    return Error(NRX_E_BAD_ARGUMENT, "the values for " + name + " name key " +
-                                                         Quote(given.values[i]) + " twice");
+                    return Error(NRX_E_BAD_ARGUMENT,
+                                 "the values for " + name + " name key " + Quote(given.values[i]) + " twice");
                 result.insert(result.end(), given.values.begin() + i, given.values.begin() + i + step);
             }
             break;
@@ -202,8 +202,7 @@ std::string DefinitionLines(Cluster& cluster, NRXObjType type, Object& object) {
 
 bool EngineKept(NRXObjType type, const std::string& attribute) {
     if (type == NRX_OBJ_GROUP) return attribute == kState;
-    if (type == NRX_OBJ_RESOURCE)
-        return attribute == kState || attribute == kArgListValues || attribute == kLastOnline;
+    if (type == NRX_OBJ_RESOURCE) return attribute == kState || attribute == kArgListValues || attribute == kLastOnline;
     return false;
 }
 
@@ -219,10 +218,12 @@ bool ViewAttribute(Cluster& cluster, NRXObjType type, Object& object, const std:
         Values pairs;
         for (const std::string& system : cluster.SystemList(*group)) {
             pairs.push_back(system);
-            if (type == NRX_OBJ_GROUP) pairs.push_back(GroupStateWord(StateOf(cluster, *group, system)));
+            if (type == NRX_OBJ_GROUP)
+                pairs.push_back(GroupStateWord(StateOf(cluster, *group, system)));
             else if (attribute == kState)
                 pairs.push_back(ResourceStateWord(StateOf(cluster, static_cast<Resource&>(object), system)));
-            else pairs.push_back(ArgumentList(static_cast<Resource&>(object), system));
+            else
+                pairs.push_back(ArgumentList(static_cast<Resource&>(object), system));
         }
         view.entries.push_back({true, std::string(), pairs});
         return true;
@@ -300,8 +301,8 @@ Status SetAttribute(Cluster& cluster, NRXObjType type, Object& object, const NRX
     if (found) {
         if (system && !found->local)
             return Error(NRX_E_WRONG_DIMENSION, "attribute " + Quote(given.name) + " is global");
-        if (type == NRX_OBJ_RESOURCE && given.name == kEnabled && op == NRX_ATTR_REPLACE &&
-            given.values.size() == 1 && given.values.front() != "0" && given.values.front() != "1")
+        if (type == NRX_OBJ_RESOURCE && given.name == kEnabled && op == NRX_ATTR_REPLACE && given.values.size() == 1 &&
+            given.values.front() != "0" && given.values.front() != "1")
             return Error(NRX_E_BAD_ARGUMENT, "attribute 'Enabled' is 0 or 1");
         updated = *found;
     } else {
@@ -323,8 +324,10 @@ Status SetAttribute(Cluster& cluster, NRXObjType type, Object& object, const NRX
         }
     }
     if (status.Failed()) return status;
-    if (found) *found = std::move(updated);
-    else object.attributes.push_back(std::move(updated));
+    if (found)
+        *found = std::move(updated);
+    else
+        object.attributes.push_back(std::move(updated));
     return Ok();
 }
 

@@ -50,7 +50,12 @@ std::string SetKeptAttribute(Cluster& cluster, int objType, Object& object, cons
     if (value.name == kSystemList || value.name == kAutoStartList) {
         if (value.local || (value.dimension != NRX_DIM_KEYLIST && value.dimension != NRX_DIM_VECTOR))
             return Quote(value.name) + " takes a keylist of systems";
-        Status status = SetSystems(cluster, static_cast<Group&>(object), value.name, value.global);
+        Values systems;
+        for (const std::string& name : value.global) {
+            const std::string* system = ScenarioSystem(cluster, name);
+            systems.push_back(system ? *system : name);
+        }
+        Status status = SetSystems(cluster, static_cast<Group&>(object), value.name, systems);
         return status.message;
     }
     if (value.name == "LastOnline") {
@@ -71,9 +76,9 @@ std::string SetKeptAttribute(Cluster& cluster, int objType, Object& object, cons
 
 bool KeptByRule(int objType, const std::string& attribute) {
     if (objType == NRX_OBJ_RESOURCE) return attribute == kEnabled || attribute == "LastOnline";
-    return objType == NRX_OBJ_GROUP && (attribute == kSystemList || attribute == kAutoStartList ||
-                                        attribute == kFrozen || attribute == kTemporarilyFrozen ||
-                                        attribute == kEnabled);
+    return objType == NRX_OBJ_GROUP &&
+           (attribute == kSystemList || attribute == kAutoStartList || attribute == kFrozen ||
+            attribute == kTemporarilyFrozen || attribute == kEnabled);
 }
 
 }  // namespace
@@ -174,11 +179,10 @@ BOOL WINAPI SimNrx_ScriptTransition(const char* resource, const char* system, in
         if (finalState != target && finalState != NRX_RES_FAULTED)
             return "a transition ends in its target or faulted, not in state " + std::to_string(finalState);
         std::vector<Script>& scripts = found->scripts;
-        scripts.erase(std::remove_if(scripts.begin(), scripts.end(),
-                                     [&](const Script& script) {
-                                         return script.target == target && script.system == on;
-                                     }),
-                      scripts.end());
+        scripts.erase(
+            std::remove_if(scripts.begin(), scripts.end(),
+                           [&](const Script& script) { return script.target == target && script.system == on; }),
+            scripts.end());
         scripts.push_back(Script{on, target, delayMs, finalState});
         return std::string();
     });
@@ -209,15 +213,17 @@ BOOL WINAPI SimNrx_SetAttribute(int objType, const char* object, const char* att
             found->RemoveAttribute(attribute);
             return std::string();
         }
-        const Group* group = objType == NRX_OBJ_GROUP ? static_cast<Group*>(found)
+        const Group* group = objType == NRX_OBJ_GROUP      ? static_cast<Group*>(found)
                              : objType == NRX_OBJ_RESOURCE ? cluster.FindGroup(static_cast<Resource*>(found)->group)
                                                            : nullptr;
         const Values systemList = group ? cluster.SystemList(*group) : Values();
         try {
             Attribute value = ReadAttributeValue(jsonValue, attribute, cluster, group ? &systemList : nullptr);
             if (KeptByRule(objType, attribute)) return SetKeptAttribute(cluster, objType, *found, value);
-            if (Attribute* existing = found->FindAttribute(attribute)) *existing = std::move(value);
-            else found->attributes.push_back(std::move(value));
+            if (Attribute* existing = found->FindAttribute(attribute))
+                *existing = std::move(value);
+            else
+                found->attributes.push_back(std::move(value));
             return std::string();
         } catch (const ScenarioError& error) {
             return error.what();

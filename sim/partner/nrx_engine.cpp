@@ -38,9 +38,7 @@ std::wstring Environment(const wchar_t* name) {
 
 const char* NameOf(EntryPoint entryPoint) { return kEntryPointNames[static_cast<int>(entryPoint)]; }
 
-void RaiseInjectedException() {
-    RaiseException(SIMNRX_EXCEPTION_CODE, EXCEPTION_NONCONTINUABLE, 0, nullptr);
-}
+void RaiseInjectedException() { RaiseException(SIMNRX_EXCEPTION_CODE, EXCEPTION_NONCONTINUABLE, 0, nullptr); }
 
 Engine& Engine::Instance() {
     static Engine engine;
@@ -108,13 +106,12 @@ Status Engine::Reach(const void* handle) const {
 Status Engine::Writable(const void* handle) const {
     if (configurationHolder_ && configurationHolder_ == handle) return Ok();
     return Error(NRX_E_CONF_READ_ONLY, configurationHolder_
-                                                   ? "the configuration is opened for writing through another connection"
-                                                   : "the configuration is not opened for writing");
+                                           ? "the configuration is opened for writing through another connection"
+                                           : "the configuration is not opened for writing");
 }
 
 Status Engine::OpenConfiguration(const void* handle) {
-    if (configurationHolder_)
-        return Error(NRX_E_CONF_OPEN, "the configuration is opened for writing already");
+    if (configurationHolder_) return Error(NRX_E_CONF_OPEN, "the configuration is opened for writing already");
     configurationHolder_ = handle;
     return Ok();
 }

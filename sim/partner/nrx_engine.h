@@ -131,8 +131,10 @@ NRXStatusCode Run(EntryPoint entryPoint, Body body, bool anyTime = false) {
         if (injection && injection->exception) {
             raise = true;
         } else {
-            if (injection) status = Error(injection->code, "failure injected by the simulator");
-            else if (!anyTime && !engine->initialised) status = Error(NRX_E_NOT_INITIALISED, "NRXApiInit was not called");
+            if (injection)
+                status = Error(injection->code, "failure injected by the simulator");
+            else if (!anyTime && !engine->initialised)
+                status = Error(NRX_E_NOT_INITIALISED, "NRXApiInit was not called");
             else {
                 Settle(engine->cluster);
                 status = body(*engine);

@@ -56,8 +56,7 @@ NRXStatusCode SetFrozen(EntryPoint entryPoint, NRXHandle handle, const char* gro
     });
 }
 
-NRXStatusCode SetEnabled(EntryPoint entryPoint, NRXHandle handle, const char* group, const char* system,
-                         bool enabled) {
+NRXStatusCode SetEnabled(EntryPoint entryPoint, NRXHandle handle, const char* group, const char* system, bool enabled) {
     return OnGroup(entryPoint, handle, group, true, [&](Engine&, Cluster& cluster, Group& found) {
         Values systems;
         Status status = Targets(cluster, found, system, systems);
@@ -108,8 +107,8 @@ NRXStatusCode NRXGrpDelete(NRXHandle cluster, const char* group) {
         if (!model.Members(found.name).empty())
             return Error(NRX_E_STATE, "group " + Quote(found.name) + " holds resources");
         const std::string name = found.name;
-        for (Group& other : model.groups) other.children.erase(
-            std::remove(other.children.begin(), other.children.end(), name), other.children.end());
+        for (Group& other : model.groups)
+            other.children.erase(std::remove(other.children.begin(), other.children.end(), name), other.children.end());
         model.groups.erase(std::find_if(model.groups.begin(), model.groups.end(),
                                         [&](const Group& item) { return item.name == name; }));
         return Ok();
@@ -162,9 +161,10 @@ NRXStatusCode NRXGrpDisable(NRXHandle cluster, const char* group, const char* sy
 NRXStatusCode NRXGrpAutoEnable(NRXHandle cluster, const char* group, const char* system) {
     // The administrator vouches for the group's resources there: they count
     // as probed.
-    return ForMembers(EntryPoint::NRXGrpAutoEnable, cluster, group, system, [](Resource& member, const std::string& on) {
-        if (member.Text(kEnabled) == "1") Probe(member, {on});
-    });
+    return ForMembers(EntryPoint::NRXGrpAutoEnable, cluster, group, system,
+                      [](Resource& member, const std::string& on) {
+                          if (member.Text(kEnabled) == "1") Probe(member, {on});
+                      });
 }
 
 NRXStatusCode NRXGrpEnableResources(NRXHandle cluster, const char* group) {
@@ -183,8 +183,8 @@ NRXStatusCode NRXGrpDisableResources(NRXHandle cluster, const char* group) {
             for (const std::string& system : model.SystemList(found)) {
                 int state = StateOf(model, *member, system);
                 if (state != NRX_RES_OFFLINE && state != NRX_RES_FAULTED && state != NRX_RES_UNKNOWN)
-                    return Error(NRX_E_STATE, "resource " + Quote(member->name) + " is " +
-                                                  ResourceStateWord(state) + " on " + Quote(system));
+                    return Error(NRX_E_STATE, "resource " + Quote(member->name) + " is " + ResourceStateWord(state) +
+                                                  " on " + Quote(system));
             }
         for (Resource* member : model.Members(found.name)) member->SetText(kEnabled, "0", NRX_TYPE_INT);
         return Ok();
@@ -196,8 +196,8 @@ NRXStatusCode NRXGrpLink(NRXHandle cluster, const char* parent, const char* chil
         std::string name;
         Status status = Lookup(model, NRX_OBJ_GROUP, child, name);
         if (status.Failed()) return status;
-        return AddLink(found, *model.FindGroup(name), [&](const std::string& item) { return model.FindGroup(item); },
-                       "group");
+        return AddLink(
+            found, *model.FindGroup(name), [&](const std::string& item) { return model.FindGroup(item); }, "group");
     });
 }
 

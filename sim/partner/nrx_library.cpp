@@ -80,8 +80,8 @@ NRXHandle NRXClusterOpenLocal(unsigned long, unsigned long) {
         if (!engine.cluster.present) return Error(NRX_E_CONNECT, "no NRX engine answers on this computer");
         const std::string computer = ThisComputer();
         if (!engine.cluster.FindSystem(computer))
-            return Error(NRX_E_CONNECT, "this computer (" + computer + ") is no system of cluster " +
-                                            Quote(engine.cluster.name));
+            return Error(NRX_E_CONNECT,
+                         "this computer (" + computer + ") is no system of cluster " + Quote(engine.cluster.name));
         handle = engine.OpenConnection();
         return Ok();
     });
@@ -95,7 +95,8 @@ NRXHandle NRXClusterOpen(const char* host, unsigned short port, const char*, con
         Status status = RequireName(host, "host");
         if (status.Failed()) return status;
         const Cluster& cluster = engine.cluster;
-        if (!cluster.present || port != NRX_ENGINE_PORT || (!cluster.FindSystem(host) && !SameSystem(host, cluster.name)))
+        if (!cluster.present || port != NRX_ENGINE_PORT ||
+            (!cluster.FindSystem(host) && !SameSystem(host, cluster.name)))
             return Error(NRX_E_CONNECT, "no NRX engine answers on port " + std::to_string(port) + " of " + Quote(host));
         handle = engine.OpenConnection();
         return Ok();

@@ -13,12 +13,13 @@ namespace simnrx {
 
 template <class T, class Find>
 Status AddLink(T& parent, const T& child, Find find, const char* kind) {
-    if (parent.name == child.name) return Error(NRX_E_BAD_ARGUMENT, std::string("a ") + kind + " cannot depend on itself");
+    if (parent.name == child.name)
+        return Error(NRX_E_BAD_ARGUMENT, std::string("a ") + kind + " cannot depend on itself");
     if (std::find(parent.children.begin(), parent.children.end(), child.name) != parent.children.end())
         return Error(NRX_E_OBJECT_EXISTS, Quote(parent.name) + " depends on " + Quote(child.name) + " already");
     if (ClosesCircle(parent.name, child.name, find))
-        return Error(NRX_E_BAD_ARGUMENT, "a link of " + Quote(parent.name) + " on " + Quote(child.name) +
-                                             " would close a circle");
+        return Error(NRX_E_BAD_ARGUMENT,
+                     "a link of " + Quote(parent.name) + " on " + Quote(child.name) + " would close a circle");
     parent.children.push_back(child.name);
     return Ok();
 }

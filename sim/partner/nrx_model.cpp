@@ -200,16 +200,16 @@ void Cluster::ApplySystemList(Group& group, const Values& systemList) {
         if (listed(systemList, system)) continue;
         for (Object* owner : owners)
             for (Attribute& attribute : owner->attributes)
-                attribute.perSystem.erase(
-                    std::remove_if(attribute.perSystem.begin(), attribute.perSystem.end(),
-                                   [&](const std::pair<std::string, Values>& entry) {
-                                       return SameSystem(entry.first, system);
-                                   }),
-                    attribute.perSystem.end());
+                attribute.perSystem.erase(std::remove_if(attribute.perSystem.begin(), attribute.perSystem.end(),
+                                                         [&](const std::pair<std::string, Values>& entry) {
+                                                             return SameSystem(entry.first, system);
+                                                         }),
+                                          attribute.perSystem.end());
         for (Resource* member : Members(group.name))
-            member->states.erase(std::remove_if(member->states.begin(), member->states.end(),
-                                                [&](const SystemState& state) { return SameSystem(state.system, system); }),
-                                 member->states.end());
+            member->states.erase(
+                std::remove_if(member->states.begin(), member->states.end(),
+                               [&](const SystemState& state) { return SameSystem(state.system, system); }),
+                member->states.end());
     }
 }
 

@@ -134,8 +134,7 @@ public:
     // Adds a group with the attributes every group has, enabled on every
     // system of `systemList` (which must name systems of the cluster).
     Group& AddGroup(const std::string& group, const Values& systemList);
-    Resource& AddResource(const std::string& resource, const std::string& type, const std::string& group,
-                          bool enabled);
+    Resource& AddResource(const std::string& resource, const std::string& type, const std::string& group, bool enabled);
 
     // Replaces the group's "SystemList" (systems of the cluster, spelt as
     // the cluster does). A system that leaves takes the states and local

@@ -31,8 +31,7 @@ Status QuerySystems(Cluster& cluster, const Group& group, const NRXCntlInfo* cnt
     return Ok();
 }
 
-Status StateAnswer(Engine& engine, NRXObjType type, const char* name, NRXStateInfo** state,
-                   const NRXCntlInfo* cntl) {
+Status StateAnswer(Engine& engine, NRXObjType type, const char* name, NRXStateInfo** state, const NRXCntlInfo* cntl) {
     Cluster& cluster = engine.cluster;
     Status status = RequireOutput(state);
     if (!status.Failed() && type != NRX_OBJ_GROUP && type != NRX_OBJ_RESOURCE)
@@ -64,14 +63,14 @@ bool Selected(const Resource& resource, const Cntl& cntl) {
     }
 }
 
-Status NamesAnswer(Engine& engine, NRXObjType type, const char* pattern, NRXObjNames** names,
-                   const NRXCntlInfo* cntl) {
+Status NamesAnswer(Engine& engine, NRXObjType type, const char* pattern, NRXObjNames** names, const NRXCntlInfo* cntl) {
     Cluster& cluster = engine.cluster;
     Status status = RequireOutput(names);
     if (status.Failed()) return status;
     if (type < NRX_OBJ_CLUSTER || type > NRX_OBJ_RESTYPE)
         return Error(NRX_E_BAD_ARGUMENT, "object kind " + std::to_string(type) + " is none of NRXObjType");
-    if (cntl && type != NRX_OBJ_RESOURCE) return Error(NRX_E_BAD_ARGUMENT, "only resource listings take a control record");
+    if (cntl && type != NRX_OBJ_RESOURCE)
+        return Error(NRX_E_BAD_ARGUMENT, "only resource listings take a control record");
     Cntl read;
     if (cntl) status = ReadCntl(*cntl, {NRX_CNTL_SCOPE, NRX_CNTL_TYPE, NRX_CNTL_TYPE_IN_GROUP}, read);
     if (status.Failed()) return status;
@@ -164,8 +163,8 @@ NRXStatusCode NRXObjGetAttribute(NRXHandle cluster, NRXObjType type, const char*
         AttrView view;
         if (!item || !ViewAttribute(model, type, *item, attribute, view))
             return Error(NRX_E_NO_SUCH_ATTRIBUTE, Quote(found) + " has no attribute " + Quote(attribute));
-        *value = engine.records.Attr(SIMNRX_RECORD_OBJ_ATTR, attribute, view.type, view.dimension, view.local,
-                                     view.entries);
+        *value =
+            engine.records.Attr(SIMNRX_RECORD_OBJ_ATTR, attribute, view.type, view.dimension, view.local, view.entries);
         return Ok();
     });
 }

@@ -113,8 +113,8 @@ NRXStateInfo* Records::StateInfo(NRXObjType type, const std::string& object,
     return Keep(SIMNRX_RECORD_STATE_INFO, std::move(holder));
 }
 
-NRXAttr* Records::Attr(SIMNRX_RECORD_KIND kind, const std::string& name, NRXAttrType type,
-                       NRXAttrDimension dimension, bool local, const std::vector<AttrEntry>& entries) {
+NRXAttr* Records::Attr(SIMNRX_RECORD_KIND kind, const std::string& name, NRXAttrType type, NRXAttrDimension dimension,
+                       bool local, const std::vector<AttrEntry>& entries) {
     struct AttrHolder : Holder<NRXAttr> {
         std::unique_ptr<NRXAttrValue[]> entries;
     };
@@ -150,7 +150,8 @@ bool Records::Free(SIMNRX_RECORD_KIND kind, const void* record, const char* func
     }
     ++badFrees_;
     if (it == live_.end())
-        problem = std::string(function) + " was given a pointer that is no live record (never handed out, or freed already)";
+        problem =
+            std::string(function) + " was given a pointer that is no live record (never handed out, or freed already)";
     else
         problem = std::string(function) + " was given " + kKindNames[it->second.kind].record + ", which " +
                   kKindNames[it->second.kind].freedBy + " frees; it was left alone";

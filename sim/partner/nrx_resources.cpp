@@ -64,8 +64,8 @@ NRXStatusCode NRXResDelete(NRXHandle cluster, const char* resource) {
         for (const std::string& system : model.SystemList(found)) {
             int state = StateOf(model, found, system);
             if (state != NRX_RES_OFFLINE && state != NRX_RES_FAULTED && state != NRX_RES_UNKNOWN)
-                return Error(NRX_E_STATE, "resource " + Quote(found.name) + " is " + ResourceStateWord(state) +
-                                              " on " + Quote(system));
+                return Error(NRX_E_STATE, "resource " + Quote(found.name) + " is " + ResourceStateWord(state) + " on " +
+                                              Quote(system));
         }
         if (!found.children.empty() || !model.Parents(found).empty())
             return Error(NRX_E_STATE, "resource " + Quote(found.name) + " is linked");
@@ -132,10 +132,10 @@ NRXStatusCode NRXResLink(NRXHandle cluster, const char* parent, const char* chil
         if (status.Failed()) return status;
         const Resource& dependency = *model.FindResource(name);
         if (dependency.group != found.group)
-            return Error(NRX_E_BAD_ARGUMENT, "resources " + Quote(found.name) + " and " + Quote(name) +
-                                                 " are in different groups");
-        return AddLink(found, dependency, [&](const std::string& item) { return model.FindResource(item); },
-                       "resource");
+            return Error(NRX_E_BAD_ARGUMENT,
+                         "resources " + Quote(found.name) + " and " + Quote(name) + " are in different groups");
+        return AddLink(
+            found, dependency, [&](const std::string& item) { return model.FindResource(item); }, "resource");
     });
 }
 

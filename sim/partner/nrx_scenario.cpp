@@ -18,9 +18,7 @@ using Json = nlohmann::ordered_json;
 
 const char kThisComputer[] = "%COMPUTERNAME%";
 
-std::string SystemName(const std::string& name) {
-    return SameSystem(name, kThisComputer) ? ThisComputer() : name;
-}
+std::string SystemName(const std::string& name) { return SameSystem(name, kThisComputer) ? ThisComputer() : name; }
 
 // The fields of one JSON object, read one by one; Done() refuses the fields
 // nobody asked for ("comment" aside), so that a misspelt field is noticed.
@@ -238,8 +236,7 @@ public:
         }
         if (resources) {
             for (const Json& resource : *resources) ReadResource(resource);
-            for (size_t i = 0; i < resources->size(); ++i)
-                ReadResourceChildren((*resources)[i], cluster_.resources[i]);
+            for (size_t i = 0; i < resources->size(); ++i) ReadResourceChildren((*resources)[i], cluster_.resources[i]);
         }
     }
 
@@ -281,8 +278,7 @@ private:
         if (!attributes->is_object()) Fail(fields.Where() + " has 'attributes' that are not an object");
         for (auto it = attributes->begin(); it != attributes->end(); ++it) {
             const std::string where = "attribute " + Quote(it.key()) + " of " + fields.Where();
-            if (ReservedAttribute(type, it.key()))
-                Fail(where + " is kept by the engine or has a field of its own");
+            if (ReservedAttribute(type, it.key())) Fail(where + " is kept by the engine or has a field of its own");
             if (object.FindAttribute(it.key())) Fail(fields.Where() + " has two attributes named " + Quote(it.key()));
             object.attributes.push_back(ReadAttribute(it.value(), it.key(), where, cluster_, systemList));
         }
@@ -313,7 +309,8 @@ private:
         bool listed = false, autoListed = false;
         Values systemList = Systems(fields.Texts("systemList", &listed), "the systemList of " + fields.Where());
         if (!listed) systemList = cluster_.systems;
-        Values autoStart = Systems(fields.Texts("autoStartList", &autoListed), "the autoStartList of " + fields.Where());
+        Values autoStart =
+            Systems(fields.Texts("autoStartList", &autoListed), "the autoStartList of " + fields.Where());
         Group& group = cluster_.AddGroup(name, systemList);
         group.FindAttribute(kAutoStartList)->global = autoListed ? autoStart : systemList;
         group.SetText(kFrozen, fields.Flag("frozen", false) ? "1" : "0", NRX_TYPE_INT);
@@ -397,7 +394,8 @@ private:
                          ", which is not in its group's SystemList");
                 int state = it.value().is_string() ? ResourceStateFromWord(it.value().get<std::string>()) : -1;
                 if (state < 0)
-                    Fail(fields.Where() + " has a state on " + Quote(*system) + " that is not one of ONLINE, "
+                    Fail(fields.Where() + " has a state on " + Quote(*system) +
+                         " that is not one of ONLINE, "
                          "OFFLINE, FAULTED, UNKNOWN, GOING_ONLINE, GOING_OFFLINE");
                 ForceState(resource, *system, state);
             }
@@ -479,8 +477,10 @@ std::string WriteScenario(Cluster& cluster) {
     root["systems"] = cluster.systems;
     root["types"] = Json::array();
     for (const ResourceType& type : cluster.types) {
-        if (type.attributes.empty()) root["types"].push_back(type.name);
-        else root["types"].push_back({{"name", type.name}, {"attributes", WriteAttributes(type, NRX_OBJ_RESTYPE)}});
+        if (type.attributes.empty())
+            root["types"].push_back(type.name);
+        else
+            root["types"].push_back({{"name", type.name}, {"attributes", WriteAttributes(type, NRX_OBJ_RESTYPE)}});
     }
     root["groups"] = Json::array();
     for (Group& group : cluster.groups) {

@@ -48,14 +48,15 @@ void Start(Resource& resource, SystemState& state, int target, const Outcome& ou
 // How long a request to reach `target` takes from `start`, and how it ends:
 // a script for that system wins over one for every system, which wins over
 // the cluster's pending time.
-Outcome Plan(const Cluster& cluster, const Resource& resource, const std::string& system, int target,
-             ULONGLONG start) {
+Outcome Plan(const Cluster& cluster, const Resource& resource, const std::string& system, int target, ULONGLONG start) {
     const Script* general = nullptr;
     const Script* specific = nullptr;
     for (const Script& script : resource.scripts) {
         if (script.target != target) continue;
-        if (script.system.empty()) general = &script;
-        else if (SameSystem(script.system, system)) specific = &script;
+        if (script.system.empty())
+            general = &script;
+        else if (SameSystem(script.system, system))
+            specific = &script;
     }
     const Script* chosen = specific ? specific : general;
     if (!chosen) return {After(start, cluster.pendingMs), target};
@@ -170,13 +171,13 @@ struct Word {
     int state;
     const char* word;
 };
-const Word kResourceWords[] = {{NRX_RES_ONLINE, "ONLINE"},          {NRX_RES_OFFLINE, "OFFLINE"},
-                               {NRX_RES_FAULTED, "FAULTED"},        {NRX_RES_UNKNOWN, "UNKNOWN"},
-                               {NRX_RES_WAIT_ONLINE, "GOING_ONLINE"}, {kGoingOffline, "GOING_OFFLINE"}};
-const Word kGroupWords[] = {{NRX_GRP_ONLINE, "ONLINE"},           {NRX_GRP_OFFLINE, "OFFLINE"},
-                            {NRX_GRP_PARTIAL, "PARTIAL"},         {NRX_GRP_FAULTED, "FAULTED"},
-                            {NRX_GRP_GOING_ONLINE, "GOING_ONLINE"}, {NRX_GRP_GOING_OFFLINE, "GOING_OFFLINE"},
-                            {NRX_GRP_UNKNOWN, "UNKNOWN"}};
+const Word kResourceWords[] = {
+    {NRX_RES_ONLINE, "ONLINE"},   {NRX_RES_OFFLINE, "OFFLINE"},          {NRX_RES_FAULTED, "FAULTED"},
+    {NRX_RES_UNKNOWN, "UNKNOWN"}, {NRX_RES_WAIT_ONLINE, "GOING_ONLINE"}, {kGoingOffline, "GOING_OFFLINE"}};
+const Word kGroupWords[] = {
+    {NRX_GRP_ONLINE, "ONLINE"},   {NRX_GRP_OFFLINE, "OFFLINE"},           {NRX_GRP_PARTIAL, "PARTIAL"},
+    {NRX_GRP_FAULTED, "FAULTED"}, {NRX_GRP_GOING_ONLINE, "GOING_ONLINE"}, {NRX_GRP_GOING_OFFLINE, "GOING_OFFLINE"},
+    {NRX_GRP_UNKNOWN, "UNKNOWN"}};
 
 template <size_t N>
 const char* WordOf(const Word (&words)[N], int state) {
@@ -295,8 +296,8 @@ Status OnlineResource(Cluster& cluster, Resource& resource, const std::string& s
     status = GroupRefusesOnline(cluster, group, on);
     if (status.Failed()) return status;
     if (state != NRX_RES_OFFLINE)
-        return Error(NRX_E_STATE, "resource " + Quote(resource.name) + " is " + ResourceStateWord(state) + " on " +
-                                      Quote(on));
+        return Error(NRX_E_STATE,
+                     "resource " + Quote(resource.name) + " is " + ResourceStateWord(state) + " on " + Quote(on));
     for (const std::string& name : resource.children) {
         Resource* child = cluster.FindResource(name);
         if (child && Enabled(*child) && StateOf(cluster, *child, on) != NRX_RES_ONLINE)
@@ -316,8 +317,8 @@ Status OfflineResource(Cluster& cluster, Resource& resource, const std::string& 
     if (state == NRX_RES_OFFLINE || state == kGoingOffline) return Ok();
     if (Frozen(group)) return Error(NRX_E_STATE, "group " + Quote(group.name) + " is frozen");
     if (state != NRX_RES_ONLINE)
-        return Error(NRX_E_STATE, "resource " + Quote(resource.name) + " is " + ResourceStateWord(state) + " on " +
-                                      Quote(on));
+        return Error(NRX_E_STATE,
+                     "resource " + Quote(resource.name) + " is " + ResourceStateWord(state) + " on " + Quote(on));
     for (Resource* parent : cluster.Parents(resource))
         if (!Down(StateOf(cluster, *parent, on)))
             return Error(NRX_E_STATE, "resource " + Quote(parent->name) + " depends on " + Quote(resource.name) +
@@ -366,14 +367,15 @@ Status SwitchGroup(Cluster& cluster, Group& group, const std::string& system) {
     for (const std::string& candidate : cluster.SystemList(group)) {
         int state = StateOf(cluster, group, candidate);
         if (state == NRX_GRP_GOING_ONLINE || state == NRX_GRP_GOING_OFFLINE)
-            return Error(NRX_E_STATE, "group " + Quote(group.name) + " is " + GroupStateWord(state) + " on " +
-                                          Quote(candidate));
+            return Error(NRX_E_STATE,
+                         "group " + Quote(group.name) + " is " + GroupStateWord(state) + " on " + Quote(candidate));
         if (from.empty() && (state == NRX_GRP_ONLINE || state == NRX_GRP_PARTIAL)) from = candidate;
     }
     if (from.empty()) return Error(NRX_E_STATE, "group " + Quote(group.name) + " is not online anywhere");
-    if (SameSystem(from, to)) return Error(NRX_E_STATE, "group " + Quote(group.name) + " runs on " + Quote(to) + " already");
-    for (Status check : {Movable(group, to), ParentGroupsOffline(cluster, group, from), ChildGroupsOnline(cluster, group, to),
-                         MembersReady(cluster, group, to)})
+    if (SameSystem(from, to))
+        return Error(NRX_E_STATE, "group " + Quote(group.name) + " runs on " + Quote(to) + " already");
+    for (Status check : {Movable(group, to), ParentGroupsOffline(cluster, group, from),
+                         ChildGroupsOnline(cluster, group, to), MembersReady(cluster, group, to)})
         if (check.Failed()) return check;
     const ULONGLONG now = Now();
     const ULONGLONG down = OfflineMembers(cluster, group, from, now);

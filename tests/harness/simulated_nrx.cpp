@@ -15,8 +15,7 @@ void SimulatedNrxTest::SetUp() {
 void SimulatedNrxTest::TearDown() {
     SimNrx_ClearFailures();
     EXPECT_EQ(unfreedBefore_, SimNrx_UnfreedRecords(SIMNRX_RECORD_ALL)) << "NRX records handed out and not freed";
-    EXPECT_EQ(0u, SimNrx_BadFrees()) << "NRX records given to the wrong free function: "
-                                     << Utf8(SimNrx_LastError());
+    EXPECT_EQ(0u, SimNrx_BadFrees()) << "NRX records given to the wrong free function: " << Utf8(SimNrx_LastError());
 }
 
 }  // namespace orvtest
