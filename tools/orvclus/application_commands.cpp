@@ -118,7 +118,7 @@ Detection AskedFor(const ParsedArguments& arguments, const wchar_t* application)
 int RunSql(const ParsedArguments& arguments, Format format) {
     Detection found = AskedFor(arguments, L"SQL Server");
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"sql", Needs::FailoverCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"sql", target)) return kExitFailure;
     found.state = target.failover->IsServerRunningSQL(found.server.c_str(), &found.isNode);
 
     size_t count = 0;
@@ -141,7 +141,7 @@ int RunSql(const ParsedArguments& arguments, Format format) {
 int RunExchange(const ParsedArguments& arguments, Format format) {
     Detection found = AskedFor(arguments, L"Exchange");
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"exchange", Needs::FailoverCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"exchange", target)) return kExitFailure;
     // Without a server the library asks about this computer itself.
     found.state = target.failover->IsServerRunningExchange(
         found.serverGiven ? found.server.c_str() : nullptr, &found.isNode);
@@ -244,7 +244,7 @@ int RunStateChange(const ParsedArguments& arguments, Format format, bool online)
     std::wstring error;
     if (!ParseTimeout(arguments, timeout, error)) return UsageError(error);
     ClusterTarget target;
-    if (!OpenTarget(arguments, command, Needs::FailoverCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, command, target)) return kExitFailure;
     MSCSCluster& cluster = *target.failover;
 
     const std::wstring resource = kind == Kind::Sql       ? L"SQL Server resource " + Quoted(name)
@@ -311,11 +311,11 @@ int RunOnline(const ParsedArguments& arguments, Format format) { return RunState
 int RunOffline(const ParsedArguments& arguments, Format format) { return RunStateChange(arguments, format, false); }
 
 Command StateChangeCommand(bool online) {
-    Command command = ClusterCommand(
+    Command command = FailoverOnly(ClusterCommand(
         online ? L"online" : L"offline",
         online ? L"Bring a SQL Server resource or a service's resource online."
                : L"Take a SQL Server resource, a service's resource or an Exchange service's resource offline.",
-        online ? RunOnline : RunOffline, online ? L"sql|service NAME" : L"sql|service|exchange NAME", 2);
+        online ? RunOnline : RunOffline, online ? L"sql|service NAME" : L"sql|service|exchange NAME", 2));
     command.options.push_back({kTimeoutOption, L"MS",
                                L"how long to wait, in milliseconds, for a resource without a pending timeout of its "
                                L"own (default " + std::to_wstring(kDefaultTimeoutMs) + L")"});
@@ -337,17 +337,17 @@ std::vector<Command> ApplicationCommands() {
         L"The answer: \"clustered here\" (0: SERVER is the application's virtual server), \"clustered for\n"
         L"another server\" (2), \"not clustered\" (3), \"not applicable\" (4: no failover cluster to ask).";
     return {
-        ClusterCommand(L"sql", L"Tell whether SQL Server is clustered for SERVER (default: this computer).", RunSql,
-                       L"[SERVER]", 1,
-                       states +
-                           L"\nThe detector only looks at resources of type \"SQL Server 7.0\": later SQL Server "
-                           L"versions, whose\nresources have type \"SQL Server\", count as not clustered."),
-        ClusterCommand(L"exchange", L"Tell whether Exchange is clustered for SERVER (default: this computer).",
-                       RunExchange, L"[SERVER]", 1,
-                       states +
-                           L"\nThe detector looks at the resource of service \"MSExchangeSA\", else at resources of "
-                           L"type\n\"Microsoft Exchange Information Store\"; a cluster with neither answers "
-                           L"\"clustered for another\nserver\"."),
+        FailoverOnly(ClusterCommand(
+            L"sql", L"Tell whether SQL Server is clustered for SERVER (default: this computer).", RunSql, L"[SERVER]",
+            1,
+            states + L"\nThe detector only looks at resources of type \"SQL Server 7.0\": later SQL Server versions, "
+                     L"whose\nresources have type \"SQL Server\", count as not clustered.")),
+        FailoverOnly(ClusterCommand(
+            L"exchange", L"Tell whether Exchange is clustered for SERVER (default: this computer).", RunExchange,
+            L"[SERVER]", 1,
+            states + L"\nThe detector looks at the resource of service \"MSExchangeSA\", else at resources of "
+                     L"type\n\"Microsoft Exchange Information Store\"; a cluster with neither answers \"clustered "
+                     L"for another\nserver\".")),
         StateChangeCommand(true), StateChangeCommand(false)};
 }
 

@@ -3,6 +3,7 @@
 #include "cluster_target.h"
 
 #include "console.h"
+#include "nrx_view.h"
 
 namespace orvclus {
 
@@ -76,6 +77,8 @@ bool FindCluster(const std::wstring* machine, ClusterTarget& target) {
     target.cluster = Cluster::GetInstance(name);
     if (target.cluster->GetClusterType() == Cluster::MSCS)
         target.failover = dynamic_cast<MSCSCluster*>(target.cluster.get());
+    if (target.cluster->GetClusterType() == Cluster::NRX)
+        target.nrx = dynamic_cast<NRXCluster*>(target.cluster.get());
     if (target.local.keyPresent && target.cluster->GetClusterType() == Cluster::NotClustered)
         target.local.serviceAfter = Cluster::QueryClusterServiceState(nullptr);
 
@@ -87,8 +90,7 @@ bool FindCluster(const std::wstring* machine, ClusterTarget& target) {
     return true;
 }
 
-bool OpenTarget(const ParsedArguments& arguments, const std::wstring& command, Needs needs,
-                ClusterTarget& target) {
+bool OpenTarget(const ParsedArguments& arguments, const std::wstring& command, ClusterTarget& target) {
     if (!FindCluster(arguments.Value(kMachineOption), target)) return false;
     if (target.cluster->GetClusterType() == Cluster::NotClustered) {
         Failure(target.NoClusterReason());
@@ -99,12 +101,22 @@ bool OpenTarget(const ParsedArguments& arguments, const std::wstring& command, N
         Failure(L"the cluster of " + where + L" cannot be opened (run with --trace to see why)");
         return false;
     }
-    if (needs == Needs::FailoverCluster && !target.failover) {
-        Failure(L"'" + command + L"' needs a failover cluster, and " + where +
-                L" belongs to another kind of cluster");
+    const Command* asked = FindCommand(command);
+    if (asked && asked->needs == Needs::FailoverCluster && !target.failover) {
+        Failure(L"'" + command + L"' needs a failover cluster, and " + where + L" belongs to " +
+                KindName(target.cluster->GetClusterType()) + L" " + target.Name());
         return false;
     }
     return true;
+}
+
+const wchar_t* KindName(Cluster::ClusterType type) {
+    switch (type) {
+        case Cluster::NotClustered: break;
+        case Cluster::MSCS: return L"failover cluster";
+        case Cluster::NRX: return L"NRX cluster";
+    }
+    return L"cluster of unknown type";
 }
 
 std::wstring CountHeadline(const ClusterTarget& target, size_t count, const std::wstring& what,
@@ -129,6 +141,11 @@ Command ClusterCommand(const wchar_t* name, const std::wstring& summary, int (*r
     command.details = details;
     command.options = {MachineOption()};
     command.run = run;
+    return command;
+}
+
+Command FailoverOnly(Command command) {
+    command.needs = Needs::FailoverCluster;
     return command;
 }
 
@@ -161,8 +178,10 @@ bool NetworkProperties(HNETWORK network, DWORD code, ClusterPropertyList& proper
 }
 
 int ListFailure(const ClusterTarget& target, const std::wstring& what) {
+    const std::wstring action = L"list the " + what + L" of cluster " + target.Name();
+    if (target.nrx) return NrxFailure(action);
     const DWORD error = GetLastError();
-    return Win32Failure(L"list the " + what + L" of cluster " + target.Name(), error);
+    return Win32Failure(action, error);
 }
 
 }  // namespace orvclus

@@ -35,6 +35,7 @@ struct ClusterTarget {
     const std::wstring* machine = nullptr;  // null: this computer
     boost::shared_ptr<Cluster> cluster;
     MSCSCluster* failover = nullptr;  // the same object, when it is a failover cluster
+    NRXCluster* nrx = nullptr;        // the same object, when it is an NRX cluster
     LocalSigns local;
 
     // The cluster's own name, or the machine's when the cluster gave none.
@@ -52,13 +53,14 @@ struct ClusterTarget {
 // answers false.
 bool FindCluster(const std::wstring* machine, ClusterTarget& target);
 
-// What a command needs of the cluster.
-enum class Needs { AnyCluster, FailoverCluster };
-
 // Finds and opens the cluster of the command's --machine. When there is no
-// open cluster, or not the kind `needs` asks for, prints the one error line
-// that says so (naming `command`) and answers false.
-bool OpenTarget(const ParsedArguments& arguments, const std::wstring& command, Needs needs, ClusterTarget& target);
+// open cluster, or not the kind the command `command` needs, prints the one
+// error line that says so and answers false.
+bool OpenTarget(const ParsedArguments& arguments, const std::wstring& command, ClusterTarget& target);
+
+// "failover cluster", "NRX cluster": the kind, as a sentence names it
+// before the cluster's name.
+const wchar_t* KindName(Cluster::ClusterType type);
 
 // "Cluster NAME has 3 groups", with `more` before the full stop: a headline.
 std::wstring CountHeadline(const ClusterTarget& target, size_t count, const std::wstring& what,
@@ -74,6 +76,9 @@ Command ClusterCommand(const wchar_t* name, const std::wstring& summary, int (*r
                        const wchar_t* operands = L"", size_t maxOperands = 0,
                        const std::wstring& details = std::wstring());
 
+// The command marked as one that needs a failover cluster.
+Command FailoverOnly(Command command);
+
 // A resource state as a person reads it: "online", "offline pending"...
 const wchar_t* ResourceStateName(CLUSTER_RESOURCE_STATE state);
 
@@ -81,7 +86,8 @@ const wchar_t* ResourceStateName(CLUSTER_RESOURCE_STATE state);
 // or CLUSCTL_NETWORK_GET_RO_COMMON_PROPERTIES); false when they cannot be read.
 bool NetworkProperties(HNETWORK network, DWORD code, ClusterPropertyList& properties);
 
-// The failure of listing `what` of the cluster, with the thread's last error.
+// The failure of listing `what` of the cluster, with the reason the cluster
+// gave: the thread's last error, or NRX's own.
 int ListFailure(const ClusterTarget& target, const std::wstring& what);
 
 }  // namespace orvclus

@@ -8,6 +8,11 @@
 
 namespace orvclus {
 
+// Which clusters a command can ask. Most questions have an answer on both
+// kinds; what only the failover cluster API offers (its disks, networks,
+// database, application resources, the wizard's steps) needs that kind.
+enum class Needs { AnyCluster, FailoverCluster };
+
 // One command of orvclus. Each family of commands lives in a file of its own
 // and hands out its Command records; commands.cpp lists them all.
 struct Command {
@@ -17,6 +22,7 @@ struct Command {
     std::wstring summary;
     std::wstring details;  // more for "help COMMAND": what the operands are, what answers mean (lines of text)
     std::vector<OptionSpec> options;  // besides the options of every command
+    Needs needs = Needs::AnyCluster;
     int (*run)(const ParsedArguments& arguments, Format format) = nullptr;
 };
 

@@ -26,7 +26,7 @@ int RunBackupDatabase(const ParsedArguments& arguments, Format format) {
     if (arguments.Operands().empty()) return UsageError(L"'backup-db' needs the folder to back up into (PATH)");
     const std::wstring& folder = arguments.Operands().front();
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"backup-db", Needs::FailoverCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"backup-db", target)) return kExitFailure;
     if (!target.failover->BackupDatabase(folder.c_str())) {
         const DWORD error = GetLastError();
         if (error == ERROR_CALL_NOT_IMPLEMENTED || error == ERROR_PROC_NOT_FOUND) {
@@ -54,9 +54,9 @@ int RunBackupDatabase(const ParsedArguments& arguments, Format format) {
 }  // namespace
 
 Command BackupDatabaseCommand() {
-    return ClusterCommand(
+    return FailoverOnly(ClusterCommand(
         L"backup-db", L"Back up the failover cluster's database into folder PATH (clusters before version 6.0 only).",
-        RunBackupDatabase, L"PATH", 1);
+        RunBackupDatabase, L"PATH", 1));
 }
 
 }  // namespace orvclus

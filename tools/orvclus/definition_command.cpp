@@ -99,7 +99,7 @@ bool HasAnyKey() {
 int RunDefinition(const ParsedArguments& arguments, Format format) {
     // The wizard's definition always belongs to this computer's cluster.
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"definition", Needs::AnyCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"definition", target)) return kExitFailure;
     const std::wstring fileName = target.cluster->GetClusterType() == Cluster::NRX ? L"nrxconfig.xml" : L"clusconfig.xml";
     const std::wstring* directory = arguments.Value(kDirectoryOption);
     const std::wstring path = OrvFindDefinitionFile(fileName.c_str(), directory ? directory->c_str() : nullptr);

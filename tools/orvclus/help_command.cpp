@@ -77,6 +77,19 @@ int PrintText(const std::wstring& text) {
     return kExitOk;
 }
 
+// What a failover-only command says of NRX, after its summary.
+const wchar_t kFailoverOnly[] = L"Needs a failover cluster: on an NRX cluster it says so and fails.";
+
+// The commands that need a failover cluster, as one line of the usage text.
+std::wstring FailoverOnlyText() {
+    std::wstring names;
+    for (const Command& each : Commands())
+        if (each.needs == Needs::FailoverCluster) names += (names.empty() ? L"" : L", ") + each.name;
+    return L"The cluster is a Windows failover cluster or an NRX cluster. On an NRX cluster the nodes are its\n"
+           L"systems, the groups its service groups, and states are shown per system (NRX keeps no single\n"
+           L"owner); these commands need a failover cluster: " + names + L".\n";
+}
+
 int RunHelp(const ParsedArguments& arguments, Format format) {
     if (arguments.Operands().empty()) return PrintUsage(nullptr, format);
     const std::wstring& name = arguments.Operands().front();
@@ -92,9 +105,10 @@ int PrintUsage(const Command* command, Format format) {
         if (format == Format::Json) {
             std::vector<Value> commands;
             for (const Command& each : Commands())
-                commands.push_back(Value::Object({L"name", L"usage", L"summary"},
-                                                 {Value::Text(each.name), Value::Text(UsageLine(each)),
-                                                  Value::Text(each.summary)}));
+                commands.push_back(Value::Object(
+                    {L"name", L"usage", L"summary", L"failover_only"},
+                    {Value::Text(each.name), Value::Text(UsageLine(each)), Value::Text(each.summary),
+                     Value::YesNo(each.needs == Needs::FailoverCluster)}));
             Report report;
             report.AddJsonOnly(L"usage", Value::Text(L"orvclus COMMAND [OPTIONS]"));
             report.AddJsonOnly(L"commands", Value::List(commands));
@@ -105,8 +119,8 @@ int PrintUsage(const Command* command, Format format) {
         std::vector<std::pair<std::wstring, std::wstring>> commands;
         for (const Command& each : Commands())
             commands.emplace_back(each.operands.empty() ? each.name : each.name + L" " + each.operands, each.summary);
-        return PrintText(L"Usage: orvclus COMMAND [OPTIONS]\n\nCommands:\n" + TwoColumns(commands) +
-                         L"\nOptions of every command (before or after the command):\n" +
+        return PrintText(L"Usage: orvclus COMMAND [OPTIONS]\n\nCommands:\n" + TwoColumns(commands) + L"\n" +
+                         FailoverOnlyText() + L"\nOptions of every command (before or after the command):\n" +
                          OptionTable(CommonOptions()) +
                          L"\nRun 'orvclus help COMMAND' for the options of one command; they too may come before the\n"
                          L"command.\n" + ExitCodesText());
@@ -118,12 +132,15 @@ int PrintUsage(const Command* command, Format format) {
         report.AddJsonOnly(L"command", Value::Text(command->name));
         report.AddJsonOnly(L"usage", Value::Text(UsageLine(*command)));
         report.AddJsonOnly(L"summary", Value::Text(command->summary));
+        report.AddJsonOnly(L"failover_only", Value::YesNo(command->needs == Needs::FailoverCluster));
         report.AddJsonOnly(L"details", command->details.empty() ? Value::None() : Value::Text(command->details));
         report.AddJsonOnly(L"options", OptionList(options));
         report.AddJsonOnly(L"exit_codes", ExitCodes());
         return PrintReport(report, format);
     }
+    const bool failoverOnly = command->needs == Needs::FailoverCluster;
     return PrintText(L"Usage: " + UsageLine(*command) + L"\n\n" + command->summary + L"\n" +
+                     (failoverOnly ? std::wstring(kFailoverOnly) + L"\n" : L"") +
                      (command->details.empty() ? L"" : L"\n" + command->details + L"\n") + L"\nOptions:\n" +
                      OptionTable(options) + L"\n" + ExitCodesText());
 }

@@ -1,6 +1,6 @@
-// "whois" and "check-address": who owns a name or an address of a failover
-// cluster, and whether an address can be brought online on one of its
-// networks.
+// "whois" and "check-address": who owns a name or an address of a cluster,
+// and whether an address can be brought online on one of a failover
+// cluster's networks.
 
 #include <list>
 
@@ -9,6 +9,7 @@
 #include "cluster_target.h"
 #include "commands.h"
 #include "console.h"
+#include "nrx_view.h"
 
 namespace orvclus {
 
@@ -55,32 +56,43 @@ int RunWhois(const ParsedArguments& arguments, Format format) {
     if (start == std::wstring::npos) return UsageError(L"'" + asked + L"' is no network name or IP address");
     const std::wstring name = asked.substr(start);
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"whois", Needs::FailoverCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"whois", target)) return kExitFailure;
 
-    // The library decides by the name as given whether it looks for an IP
-    // address resource or a network name resource.
-    const bool isAddress = Cluster::IsIp(asked);
+    // The library decides by the name whether it looks for an IP address
+    // resource or a network name resource ("IP" and "Lanman" on NRX).
+    const bool isAddress = Cluster::IsIp(name);
     const std::wstring kind = isAddress ? L"IP address" : L"network name";
     std::wstring owner;
-    if (!target.failover->NetworkNameToNodeName(asked, owner))
+    // NRX answers true without touching `owner` when no resource carries the
+    // name, and false when its resources cannot be read.
+    const bool answered = target.cluster->NetworkNameToNodeName(name, owner);
+    if (target.nrx && !answered)
+        return NrxFailure(L"look up " + Quoted(name) + L" among the " + kind + L" resources of cluster " +
+                          target.Name());
+    if (!answered || owner.empty())
         return Failure(L"no " + kind + L" resource of cluster " + target.Name() + L" carries " +
                            (isAddress ? L"the address " : L"the name ") + Quoted(name),
                        {{"name", ToUtf8(name)}, {"kind", ToUtf8(kind)}});
 
-    Report report = ClusterReport(target, name + L" is " + (isAddress ? L"an " : L"a ") + kind + L" of cluster " +
-                                              target.Name() + L", owned by node " + owner + L".");
+    // NRX names the system where the resource was last online.
+    Report report =
+        ClusterReport(target, name + L" is " + (isAddress ? L"an " : L"a ") + kind + L" of cluster " + target.Name() +
+                                  (target.nrx ? L", last online on node " : L", owned by node ") + owner + L".");
     report.Add(L"name", L"Name", Value::Text(name));
     report.Add(L"kind", L"Kind", Value::Text(kind));
-    report.Add(L"owner_node", L"Owner node", Value::Text(owner));
+    report.Add(L"owner_node", L"Owner node", Value::Text(owner),
+               target.nrx ? owner + L" (where it was last online)" : std::wstring());
     if (isAddress) {
         // The network name that clients reach through this address.
         std::wstring virtualName;
-        const bool listed = target.failover->GetVirtualNameFromIp(virtualName, asked.c_str());
+        const bool listed = target.cluster->GetVirtualNameFromIp(virtualName, name.c_str());
         const bool known = listed && !virtualName.empty();
+        const std::wstring why =
+            target.nrx ? L"(none or unknown: the address's service group has no readable network name resource)"
+            : listed   ? L"(none: no network name resource depends on this address)"
+                       : L"(unknown: the resources that depend on this address cannot be listed)";
         report.Add(L"virtual_name", L"Virtual name", known ? Value::Text(virtualName) : Value::None(),
-                   known    ? std::wstring()
-                   : listed ? L"(none: no network name resource depends on this address)"
-                            : L"(unknown: the resources that depend on this address cannot be listed)");
+                   known ? std::wstring() : why);
     } else {
         report.AddJsonOnly(L"virtual_name", Value::None());
     }
@@ -126,7 +138,7 @@ int RunCheckAddress(const ParsedArguments& arguments, Format format) {
     if (!ParseAddress(address, value)) return UsageError(L"'" + address + L"' is no IPv4 address such as 10.20.30.99");
     if (!ParseAddress(mask, value)) return UsageError(L"'" + mask + L"' is no subnet mask such as 255.255.255.0");
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"check-address", Needs::FailoverCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"check-address", target)) return kExitFailure;
 
     const std::wstring what = L"address " + address + L" with mask " + mask + L" on network " + Quoted(network) +
                               L" of cluster " + target.Name();
@@ -155,14 +167,16 @@ std::vector<Command> IdentityCommands() {
             L"whois", L"Show the node that owns a network name or an IP address, and an address's network name.",
             RunWhois, L"NAME-OR-ADDRESS", 1,
             L"A name is looked up among the cluster's network name resources (leading backslashes are ignored), an\n"
-        L"address among its IP address resources. For an address, the virtual name is the network name that\n"
-            L"depends on it. A name or address that no resource carries is a failure."),
-        ClusterCommand(
+            L"address among its IP address resources. For an address, the virtual name is the network name that\n"
+            L"depends on it. A name or address that no resource carries is a failure. On an NRX cluster these\n"
+            L"are its \"Lanman\" and \"IP\" resources, the owner node is the system where the resource was last\n"
+            L"online, and an address's virtual name is that of its service group's network name."),
+        FailoverOnly(ClusterCommand(
             L"check-address", L"Try whether an address can be brought online on a cluster network.",
             RunCheckAddress, L"ADDRESS MASK NETWORK", 3,
             L"The library tries it for real: it makes a scratch group \"NULLTESTGRP13\" with an IP address resource\n"
         L"\"TestNullRes13\" for ADDRESS and MASK on NETWORK, brings it online and offline again, and deletes both.\n"
-            L"An address that does not come online is a failure.")};
+            L"An address that does not come online is a failure."))};
 }
 
 }  // namespace orvclus

@@ -80,9 +80,15 @@ std::wstring Table::AsText() const {
 
 Value Table::AsJson() const {
     std::vector<std::wstring> keys;
-    for (const Column& column : columns_) keys.push_back(column.key);
+    for (const Column& column : columns_)
+        if (!column.key.empty()) keys.push_back(column.key);
     std::vector<Value> rows;
-    for (const std::vector<Value>& row : rows_) rows.push_back(Value::Object(keys, row));
+    for (const std::vector<Value>& row : rows_) {
+        std::vector<Value> cells;
+        for (size_t column = 0; column < columns_.size(); ++column)
+            if (!columns_[column].key.empty()) cells.push_back(row[column]);
+        rows.push_back(Value::Object(keys, cells));
+    }
     return Value::List(rows);
 }
 

@@ -38,7 +38,8 @@ private:
 };
 
 // One column of a table: its key in JSON and its heading in plain text. A
-// column without a heading is left out of plain text.
+// column without a heading is left out of plain text, one without a key out
+// of JSON.
 struct Column {
     std::wstring key;
     std::wstring heading;

@@ -1,6 +1,8 @@
 // "status": whether a machine belongs to a cluster, and how the product sees
 // this computer.
 
+#include <list>
+
 #include "orvcluster.h"
 
 #include "cluster_target.h"
@@ -11,18 +13,17 @@ namespace orvclus {
 
 namespace {
 
-struct TypeNames {
-    const wchar_t* name;     // as scripts get it
-    const wchar_t* article;  // as a sentence uses it, before the cluster's name
-};
+// The type of the product's own NRX resource.
+const char kProductResourceType[] = "Orvane";
 
-TypeNames NamesOf(Cluster::ClusterType type) {
+// The cluster type as scripts get it.
+const wchar_t* TypeName(Cluster::ClusterType type) {
     switch (type) {
-        case Cluster::NotClustered: return {L"not clustered", L""};
-        case Cluster::MSCS: return {L"failover cluster", L"failover cluster"};
-        case Cluster::NRX: return {L"NRX", L"NRX cluster"};
+        case Cluster::NotClustered: return L"not clustered";
+        case Cluster::MSCS: return L"failover cluster";
+        case Cluster::NRX: return L"NRX";
     }
-    return {L"unknown", L"cluster of unknown type"};
+    return L"unknown";
 }
 
 std::wstring ServiceStateName(unsigned long state) {
@@ -41,13 +42,23 @@ std::wstring Headline(const ClusterTarget& target, const std::wstring& clusterNa
         if (!target.machine) sentence[0] = L'T';
         return sentence;
     }
-    const std::wstring cluster =
-        std::wstring(NamesOf(type).article) + (clusterName.empty() ? L"" : L" " + clusterName);
+    const std::wstring cluster = std::wstring(KindName(type)) + (clusterName.empty() ? L"" : L" " + clusterName);
     // This computer may reach a cluster that it is no node of: say so,
     // rather than that it belongs to it.
     if (!target.machine && nodesKnown && !isNode)
         return L"This machine can reach " + cluster + L" but is not one of its nodes.";
     return (target.machine ? *target.machine : std::wstring(L"This machine")) + L" belongs to " + cluster + L".";
+}
+
+// Why the cluster names no active node of the product.
+std::wstring UnknownActiveNode(const ClusterTarget& target) {
+    if (!target.nrx) return L"(unknown: the cluster shows no owner of the product's RPC service resource)";
+    std::list<std::wstring> products;
+    target.nrx->GetResources(products, kProductResourceType);
+    if (products.size() != 1)
+        return L"(unknown: the cluster has " + Count(products.size(), L"resource") +
+               L" of type \"Orvane\"; an active node is named for exactly one)";
+    return L"(unknown: the service group of the product's resource \"" + products.front() + L"\" is up on no system)";
 }
 
 int RunStatus(const ParsedArguments& arguments, Format format) {
@@ -83,8 +94,8 @@ int RunStatus(const ParsedArguments& arguments, Format format) {
     report.Add(L"machine", L"Machine", machine ? Value::Text(*machine) : Value::None(),
                machine ? std::wstring() : L"(this computer)");
     report.Add(L"cluster_type", L"Cluster type", Value::Number(type),
-               std::wstring(NamesOf(type).name) + L" (" + std::to_wstring(type) + L")");
-    report.AddJsonOnly(L"cluster_type_name", Value::Text(NamesOf(type).name));
+               std::wstring(TypeName(type)) + L" (" + std::to_wstring(type) + L")");
+    report.AddJsonOnly(L"cluster_type_name", Value::Text(TypeName(type)));
     report.Add(L"cluster_open", L"Cluster open", Value::YesNo(open));
     report.Add(L"cluster_name", L"Cluster name", Value::Text(clusterName), shownClusterName);
     if (nodesKnown) {
@@ -108,13 +119,14 @@ int RunStatus(const ParsedArguments& arguments, Format format) {
     }
     report.Add(L"virtual_server_name", L"This computer's virtual server name",
                Value::Text(virtualServer ? *virtualServer : std::wstring()));
-    // Where the product runs now: the owner of its RPC service's resource, a
-    // question only a failover cluster answers.
+    // Where the product runs now: the owner of its RPC service's resource on
+    // a failover cluster; on NRX the system where the service group of the
+    // product's one "Orvane" resource is up.
     std::wstring activeNode;
-    if (open && target.failover) {
-        const bool known = target.failover->GetOrvActiveNodeName(activeNode) && !activeNode.empty();
+    if (open && type != Cluster::NotClustered) {
+        const bool known = target.cluster->GetOrvActiveNodeName(activeNode) && !activeNode.empty();
         report.Add(L"active_node", L"Product's active node", known ? Value::Text(activeNode) : Value::None(),
-                   known ? std::wstring() : L"(unknown: the cluster shows no owner of the product's RPC service resource)");
+                   known ? std::wstring() : UnknownActiveNode(target));
     } else {
         report.AddJsonOnly(L"active_node", Value::None());
     }
@@ -130,6 +142,11 @@ Command StatusCommand() {
     command.summary =
         L"Show whether a machine belongs to a cluster, its nodes, how the product names this computer and where "
         L"the product runs.";
+    command.details =
+        L"The virtual server name is the name under which the product runs on this computer: the network name\n"
+        L"of its clustered group, or this computer's own name. The active node is, on a failover\n"
+        L"cluster, the owner of the product's RPC service resource; on an NRX cluster the system where the\n"
+        L"service group of the product's \"Orvane\" resource is up (named only when there is exactly one).";
     command.options = {MachineOption()};
     command.run = RunStatus;
     return command;

@@ -46,14 +46,22 @@ std::wstring FaultStateName(DWORD state) {
 
 int RunDrives(const ParsedArguments& arguments, Format format) {
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"drives", Needs::AnyCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"drives", target)) return kExitFailure;
+    // NRX's drives are the mount paths of its "Mount" and "VolLink" resources.
+    const std::wstring holders = target.nrx ? L"mount resources" : L"disks";
     std::list<std::wstring> drives;
-    if (!target.cluster->GetDriveNames(drives)) return ListFailure(target, L"drives");
+    if (!target.cluster->GetDriveNames(drives)) {
+        // NRX answers false for a cluster without drives too.
+        if (target.nrx)
+            return Failure(L"the " + holders + L" of cluster " + target.Name() +
+                           L" give no drive, or cannot be read (run with --trace to see why)");
+        return ListFailure(target, L"drives");
+    }
 
     Table table({Column{L"", L"Drive"}});
     for (const std::wstring& drive : drives) table.AddRow({Value::Text(drive)});
     Report report = ClusterReport(
-        target, L"The disks of cluster " + target.Name() + L" hold " + Count(drives.size(), L"drive") + L".");
+        target, L"The " + holders + L" of cluster " + target.Name() + L" hold " + Count(drives.size(), L"drive") + L".");
     report.AddJsonOnly(L"drives", Value::TextList(drives));
     report.AddTable(L"", table);
     return PrintReport(report, format);
@@ -104,7 +112,7 @@ private:
 
 int RunDisks(const ParsedArguments& arguments, Format format) {
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"disks", Needs::FailoverCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"disks", target)) return kExitFailure;
     NamedRows disks(L"Disk", L"partitions",
                     {{L"device", L"Device"},
                      {L"label", L"Label"},
@@ -127,7 +135,7 @@ int RunDisks(const ParsedArguments& arguments, Format format) {
 
 int RunSharedVolumes(const ParsedArguments& arguments, Format format) {
     ClusterTarget target;
-    if (!OpenTarget(arguments, L"shared-volumes", Needs::FailoverCluster, target)) return kExitFailure;
+    if (!OpenTarget(arguments, L"shared-volumes", target)) return kExitFailure;
     const std::wstring root = target.failover->GetSharedVolumesRoot();
     NamedRows resources(L"Resource", L"volumes",
                         {{L"friendly_name", L"Friendly name"},
@@ -157,11 +165,13 @@ int RunSharedVolumes(const ParsedArguments& arguments, Format format) {
 
 std::vector<Command> StorageCommands() {
     return {
-        ClusterCommand(L"drives", L"List the drives on the cluster's disks.", RunDrives),
-        ClusterCommand(L"disks", L"List the cluster's shared disks and their partitions.", RunDisks),
-        ClusterCommand(L"shared-volumes",
-                       L"Show where the cluster's shared volumes live and list them with their state.",
-                       RunSharedVolumes),
+        ClusterCommand(L"drives", L"List the drives on the cluster's disks.", RunDrives, L"", 0,
+                       L"On an NRX cluster the drives are the mount paths of its \"Mount\" and \"VolLink\" "
+                       L"resources."),
+        FailoverOnly(ClusterCommand(L"disks", L"List the cluster's shared disks and their partitions.", RunDisks)),
+        FailoverOnly(ClusterCommand(L"shared-volumes",
+                                    L"Show where the cluster's shared volumes live and list them with their state.",
+                                    RunSharedVolumes)),
     };
 }
 

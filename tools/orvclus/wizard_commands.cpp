@@ -137,8 +137,7 @@ bool Contains(const std::vector<std::wstring>& names, const std::wstring& name) 
 int LoadDefinition(Context& context) {
     const std::wstring* directory = context.arguments.Value(kDirectoryOption);
     const wchar_t* folder = directory ? directory->c_str() : nullptr;
-    const std::wstring fileName =
-        context.target.cluster->GetClusterType() == Cluster::NRX ? L"nrxconfig.xml" : L"clusconfig.xml";
+    const std::wstring fileName = L"clusconfig.xml";
     context.definitionPath = OrvFindDefinitionFile(fileName.c_str(), folder);
     auto& answers = context.existing;
     if (!Cluster::CWIZ_InitData(answers[0], answers[1], answers[2], answers[3], answers[4], folder)) {
@@ -838,7 +837,7 @@ int RunWizard(const ParsedArguments& arguments, Format format) {
 
     Context context(arguments, format, *step, std::vector<std::wstring>(operands.begin() + 1, operands.end()));
     // The wizard's calls always work on this computer's cluster.
-    if (!OpenTarget(ParsedArguments(), L"wizard", Needs::AnyCluster, context.target)) return kExitFailure;
+    if (!OpenTarget(ParsedArguments(), L"wizard", context.target)) return kExitFailure;
     const int loaded = LoadDefinition(context);
     return loaded == kExitOk ? step->run(context) : loaded;
 }
@@ -846,10 +845,9 @@ int RunWizard(const ParsedArguments& arguments, Format format) {
 std::wstring Details() {
     std::wstring text =
         L"Each step makes the call that the product's installation wizard makes for it, on this computer's\n"
-        L"cluster; one step per run. Every step first loads the product definition (clusconfig.xml for a\n"
-        L"failover cluster, nrxconfig.xml for an NRX cluster) from --dir DIR, else from the current folder,\n"
-        L"the wizard's folder, the installed product's folder or the setup folder. \"Result\" is the\n"
-        L"library's answer, its meaning in brackets.\n\nSteps:\n";
+        L"failover cluster; one step per run. Every step first loads the product definition (clusconfig.xml)\n"
+        L"from --dir DIR, else from the current folder, the wizard's folder, the installed product's folder or\n"
+        L"the setup folder. \"Result\" is the library's answer, its meaning in brackets.\n\nSteps:\n";
     for (const Step& step : Steps()) {
         std::wstring usage = step.name + (step.operands.empty() ? L"" : L" " + step.operands);
         for (const OptionSpec& option : WizardOptions()) {
@@ -886,6 +884,7 @@ Command WizardCommand() {
     command.summary = L"Run one step of the installation wizard on this computer's cluster.";
     command.details = Details();
     command.options = WizardOptions();
+    command.needs = Needs::FailoverCluster;
     command.run = RunWizard;
     return command;
 }
