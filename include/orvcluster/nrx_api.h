@@ -42,7 +42,8 @@
  * Dependencies. A resource depends on its children (NRXResLink(parent,
  * child)): a child must be online on a system before its parent can go
  * online there, and a parent must be offline before its child can go
- * offline. Service groups link the same way.
+ * offline; otherwise the call fails with NRX_E_STATE. Service groups link
+ * the same way.
  *
  * Attribute values. An attribute is global (one value for every system) or
  * local (a value per system of its service group). Every value is text;
@@ -69,6 +70,8 @@
  *                    ("name=value" items separated by spaces).
  *   "LastOnline"     resources: NRX_DIM_SCALAR, global; the system on which
  *                    the resource last came online.
+ *
+ * NRXObjSetAttribute on one of them fails with NRX_E_WRONG_DIMENSION.
  *
  * A group's "SystemList" and "AutoStartList" are NRX_DIM_KEYLIST attributes
  * that the caller sets.
@@ -136,9 +139,10 @@ typedef enum NRXCntlFlag {
 typedef enum NRXAttrOp {
     NRX_ATTR_REPLACE = 36,    /* the value becomes the given one */
     NRX_ATTR_ADD = 37,        /* append the given values to a vector */
-    NRX_ATTR_ADD_KEY = 38,    /* add the given keys (or key, value pairs) to a keylist or association */
+    NRX_ATTR_ADD_KEY = 38,    /* add the given keys (or key, value pairs) to a keylist or association;
+                                 NRX_E_KEY_EXISTS when one is there */
     NRX_ATTR_UPDATE_KEY = 39, /* change the values of keys already there */
-    NRX_ATTR_DELETE = 40,     /* remove the given values from a vector */
+    NRX_ATTR_DELETE = 40,     /* remove the given values from a vector; NRX_E_KEY_NOT_FOUND when one is absent */
     NRX_ATTR_DELETE_KEY = 41, /* remove the given keys; NRX_E_KEY_NOT_FOUND when one is absent */
 } NRXAttrOp;
 
@@ -255,7 +259,9 @@ NRXHandle NRXClusterOpenLocal(unsigned long timeoutMs, unsigned long flags);
 NRXHandle NRXClusterOpen(const char* host, unsigned short port, const char* user, const char* password,
                          unsigned long timeoutMs, unsigned long flags);
 NRXStatusCode NRXClusterClose(NRXHandle cluster);
+/* NRX_E_CONF_OPEN when the configuration is opened for writing already. */
 NRXStatusCode NRXClusterConfOpen(NRXHandle cluster, unsigned long flags);
+/* NRX_E_CONF_READ_ONLY when it was not opened through this connection. */
 NRXStatusCode NRXClusterConfClose(NRXHandle cluster, unsigned long flags);
 
 /* ---- Objects ---- */
@@ -298,8 +304,9 @@ NRXStatusCode NRXAttrFillStrVector(const char* name, const NRXStrVector* values,
 NRXStatusCode NRXAttrFillStrAssoc(const char* name, const NRXStrAssoc* pairs, NRXAttr** value);
 NRXStatusCode NRXAttrFillKeylist(const char* name, const NRXStrVector* keys, NRXAttr** value);
 NRXStatusCode NRXAttrFillStr(const char* name, const char* text, NRXAttr** value);
-/* A copy of the index-th value of the entry of system (null: the global
-   entry, or the first one); NRX_E_KEY_NOT_FOUND when there is none. */
+/* A copy of the index-th value of the entry of system, or of the global
+   entry when the value has no entry of that system (null: the global entry,
+   or the first one); NRX_E_KEY_NOT_FOUND when there is none. */
 NRXStatusCode NRXAttrGetStr(const NRXAttr* value, const char* system, int index, char** text);
 NRXStatusCode NRXAttrFillInt(const char* name, int number, NRXAttr** value);
 

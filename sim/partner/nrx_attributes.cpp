@@ -74,12 +74,13 @@ Status ApplyOp(Values& target, NRXAttrDimension dimension, NRXAttrType type, int
     auto wrong = [&](const char* operation) {
         return Error(NRX_E_WRONG_DIMENSION, std::string(operation) + " does not fit attribute " + name);
     };
-    if ((dimension == NRX_DIM_ASSOC || (op == NRX_ATTR_UPDATE_KEY)) && op != NRX_ATTR_DELETE_KEY &&
-        given.values.size() % 2)
-        return Error(NRX_E_BAD_ARGUMENT, "the values for " + name + " are not key, value pairs");
+    // Where the values are key, value pairs they must come in pairs.
+    const bool unpaired = given.values.size() % 2 != 0;
+    const Status notPairs = Error(NRX_E_BAD_ARGUMENT, "the values for " + name + " are not key, value pairs");
     Values result = target;
     switch (op) {
         case NRX_ATTR_REPLACE:
+            if (dimension == NRX_DIM_ASSOC && unpaired) return notPairs;
             if (dimension == NRX_DIM_SCALAR && given.values.size() != 1)
                 return Error(NRX_E_BAD_ARGUMENT, "attribute " + name + " takes exactly one value");
             result.clear();
@@ -96,6 +97,7 @@ Status ApplyOp(Values& target, NRXAttrDimension dimension, NRXAttrType type, int
             break;
         case NRX_ATTR_ADD_KEY:
             if (!keyed) return wrong("adding keys");
+            if (dimension == NRX_DIM_ASSOC && unpaired) return notPairs;
             for (size_t i = 0; i < given.values.size(); i += step) {
                 if (KeyAt(result, given.values[i], step, same) != std::string::npos)
                     return Error(NRX_E_KEY_EXISTS, "key " + Quote(given.values[i]) + " is in " + name + " already");
@@ -104,6 +106,7 @@ Status ApplyOp(Values& target, NRXAttrDimension dimension, NRXAttrType type, int
             break;
         case NRX_ATTR_UPDATE_KEY:
             if (dimension != NRX_DIM_ASSOC) return wrong("changing the values of keys");
+            if (unpaired) return notPairs;
             for (size_t i = 0; i < given.values.size(); i += 2) {
                 size_t at = KeyAt(result, given.values[i], 2, same);
                 if (at == std::string::npos)

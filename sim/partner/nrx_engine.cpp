@@ -85,9 +85,9 @@ void Engine::Unload() {
 }
 
 NRXHandle Engine::OpenConnection() {
-    std::unique_ptr<Connection> connection(new Connection());
-    NRXHandle handle = reinterpret_cast<NRXHandle>(connection.get());
-    connections_.emplace(handle, std::move(connection));
+    lastConnection_ += 0x10;
+    NRXHandle handle = reinterpret_cast<NRXHandle>(lastConnection_);
+    connections_.insert(handle);
     return handle;
 }
 

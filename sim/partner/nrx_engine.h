@@ -2,10 +2,10 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <map>
-#include <memory>
+#include <set>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "nrx_entry_points.h"
@@ -86,12 +86,11 @@ private:
     Engine();
     static int Find(const std::string& entryPoint);
 
-    struct Connection {
-        bool unused = false;  // gives each connection an address of its own
-    };
-
     bool decided_ = false;  // a scenario was loaded or refused, by hand or automatically
-    std::unordered_map<const void*, std::unique_ptr<Connection>> connections_;
+    // Connection handles are numbers that are never handed out twice, so a
+    // closed handle never comes back to life; none is ever dereferenced.
+    std::set<const void*> connections_;
+    uintptr_t lastConnection_ = 0x4E520000;
     const void* configurationHolder_ = nullptr;
     std::map<DWORD, ThreadError> errors_;
     DWORD calls_[static_cast<int>(EntryPoint::Count)] = {};

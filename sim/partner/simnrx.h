@@ -100,10 +100,12 @@
 //   NRX_RES_WAIT_OFFLINE, and reaches its final state once the virtual clock
 //   has advanced by the scenario's "pendingMs" (SimNrx_SetPendingTime; 0
 //   completes within the call), unless SimNrx_ScriptTransition says
-//   otherwise. Each NRXObjGetState call is a round trip to the engine: it
-//   answers the states at the moment it is asked, then advances the virtual
-//   clock by 1 ms (SimClock_Advance), unless an injected failure answers it.
-//   "LastOnline" becomes the system on which the resource reaches ONLINE.
+//   otherwise. Each NRXObjGetState call that reaches the engine (after
+//   NRXApiInit, on an open connection to a loaded cluster, not answered by
+//   an injected failure) is a round trip: it answers the states at the
+//   moment it is asked, then advances the virtual clock by 1 ms
+//   (SimClock_Advance), whatever it answers. "LastOnline" becomes the system
+//   on which the resource reaches ONLINE.
 //
 // Dependencies
 //   NRXResOnline needs every enabled child ONLINE on that system, and
@@ -119,6 +121,45 @@
 //   frozen, disabled on that system, or has a faulted or unprobed enabled
 //   resource there. Bringing online on a system that is not in the group's
 //   "SystemList": NRX_E_NOT_IN_SYSTEM_LIST.
+//
+// Other group and resource calls
+//   NRXGrpOffline with a null system acts on every system of the list, and
+//   stops resources still on their way online where they started.
+//   NRXGrpFlush stops the transitions running on the system (null: every
+//   system) where they started. NRXGrpClear and NRXResClear turn FAULTED into
+//   OFFLINE there. NRXGrpAutoEnable makes the group's enabled resources
+//   count as probed there. The simulator never makes a group wait for an
+//   administrator or a parent: NRXGrpClearadminwait and NRXGrpIgnore only
+//   check the group and the system (which they need). NRXResProbe of a
+//   disabled resource: NRX_E_STATE. NRXGrpDelete takes the group's links
+//   with it; NRXResDelete refuses a resource with a parent or a child.
+//   Links join resources of one group: a link to itself, one that closes a
+//   circle or one across groups is NRX_E_BAD_ARGUMENT, one that exists
+//   NRX_E_OBJECT_EXISTS; unlinking what is not linked NRX_E_NO_SUCH_OBJECT.
+//
+// Setting attributes
+//   NRXObjSetAttribute uses the caller's entry for `system` if the record
+//   has one, else its first. An attribute the object lacks is made by
+//   NRX_ATTR_REPLACE, _ADD and _ADD_KEY, with the value's dimension and type
+//   (local when a system is named); the other operations answer
+//   NRX_E_NO_SUCH_ATTRIBUTE. A system named must be in the group's list, and
+//   the attribute local (else NRX_E_WRONG_DIMENSION); with a null system a
+//   local attribute changes on every system. _ADD and _DELETE fit vectors,
+//   _ADD_KEY and _DELETE_KEY keylists and associations, _UPDATE_KEY
+//   associations; any other pairing is NRX_E_WRONG_DIMENSION. A key already
+//   there (_ADD_KEY) is NRX_E_KEY_EXISTS; a value or key that is not there
+//   (_DELETE, _DELETE_KEY, _UPDATE_KEY) NRX_E_KEY_NOT_FOUND. An operation
+//   that fails changes nothing. An integer attribute takes decimal integers
+//   only (NRX_E_BAD_ARGUMENT). The engine's own attributes answer
+//   NRX_E_WRONG_DIMENSION. A group's "SystemList" and "AutoStartList" take
+//   names of systems (NRX_E_NO_SUCH_OBJECT for others); a system where the
+//   group is not offline cannot leave its "SystemList" (NRX_E_STATE).
+//   NRXResAttrMakeLocal gives every system of the list the global value;
+//   NRXResAttrMakeGlobal keeps the value of the first system that has one.
+//   "ArgListValues" holds, per system, "Name=value" for each of the
+//   resource's own attributes but "Enabled", in order, separated by spaces;
+//   the values of a list are separated by commas, and a value that is empty
+//   or holds a space, comma, quote or backslash is written in double quotes.
 //
 // Records
 //   Every record and text handed out stays counted (SimNrx_UnfreedRecords)
@@ -229,7 +270,8 @@ SIMNRX_API const wchar_t* WINAPI SimNrx_LastError(void);
 // settled at the virtual time of the call. `*size` is the buffer's size in
 // bytes; when it is too small (or `buffer` is null) the answer is FALSE,
 // GetLastError() is ERROR_MORE_DATA and `*size` the size needed, terminator
-// included.
+// included. A transition in progress is saved as its pending word
+// ("GOING_ONLINE", which then lasts until changed); "TFrozen" is not saved.
 SIMNRX_API BOOL WINAPI SimNrx_SaveScenarioText(char* buffer, DWORD* size);
 
 // ---- State ----

@@ -641,6 +641,14 @@ TEST_F(NrxSimulator, SettingAttributesNeedsTheConfigurationOpenAndAppliesEachOpe
             EXPECT_EQ(row.after, Attribute(row.type, row.object, row.value->name));
         }
     }
+    // Local and global again: every system starts from the global value; the
+    // first system's value becomes everyone's.
+    ASSERT_EQ(NRX_SUCCESS, NRXResAttrMakeLocal(cluster_, "Orvane IP Address", "SubNetMask"));
+    EXPECT_EQ((std::vector<Names>{{here, "255.255.255.0"}, {there, "255.255.255.0"}}),
+              Attribute(resource, "Orvane IP Address", "SubNetMask"));
+    ASSERT_EQ(NRX_SUCCESS, NRXResAttrMakeGlobal(cluster_, "Orvane IP Address", "MACAddress"));
+    EXPECT_EQ((std::vector<Names>{{"00-15-5D-01-02-03"}}), Attribute(resource, "Orvane IP Address", "MACAddress"));
+    EXPECT_EQ(NRX_E_NO_SUCH_ATTRIBUTE, CodeOf([&] { return NRXResAttrMakeLocal(cluster_, "Orvane", "MACAddress"); }));
     ASSERT_EQ(NRX_SUCCESS, NRXClusterConfClose(cluster_, 0));
     EXPECT_EQ(NRX_E_CONF_READ_ONLY, CodeOf([&] {
                   return NRXObjSetAttribute(cluster_, NRX_OBJ_RESOURCE, "Orvane Server Name", name.get(),
@@ -694,7 +702,15 @@ TEST_F(NrxSimulator, ProvisioningAGroupFromNothingAndTakingItAwayAgain) {
     EXPECT_EQ(NRX_SUCCESS, NRXClusterConfClose(cluster_, 0));
 }
 
-TEST_F(NrxSimulator, LinksAndDefinitionsShowTheDependencies) {
+TEST_F(NrxSimulator, ObjectsLinksAndDefinitionsShowNamesAttributesAndDependencies) {
+    NRXObject* object = nullptr;
+    ASSERT_EQ(NRX_SUCCESS, NRXObjGet(cluster_, NRX_OBJ_CLUSTER, nullptr, &object));
+    EXPECT_STREQ("ORVNRX01", *reinterpret_cast<char**>(object));
+    NRXFreeObject(object);
+    ASSERT_EQ(NRX_SUCCESS, NRXObjGet(cluster_, NRX_OBJ_RESOURCE, "Orvane_Mount", &object));
+    EXPECT_EQ((Names{"Enabled", "MountPath", "State", "ArgListValues", "LastOnline"}),
+              Names(object->attributeNames, object->attributeNames + object->attributeCount));
+    NRXFreeObject(object);
     NRXObjNames* raw = nullptr;
     ASSERT_EQ(NRX_SUCCESS, NRXResGetDependentList(cluster_, "Orvane_VolLink", &raw));
     Owned<NRXObjNames> dependents(raw);
