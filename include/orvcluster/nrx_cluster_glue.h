@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <list>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -111,8 +112,9 @@ private:
     static constexpr size_t kEntryPoints = 69;
 
     CRITICAL_SECTION lock_;
-    // Open connections by host; "" is this computer.
-    std::map<std::string, NRXHandle> connections_;
+    // Open connections by host; "" is this computer. Looked up by the
+    // caller's text as it is, without a copy.
+    std::map<std::string, NRXHandle, std::less<>> connections_;
     orv::UniqueModule module_;
     bool initialised_ = false;
     // One address per entry point, in lookup order; null when not found.

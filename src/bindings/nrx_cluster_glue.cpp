@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -206,7 +207,7 @@ NRXHandle NRXClusterGlue::OpenCluster(const char* host) {
         SetLastError(orv::kMissingEntryPoint);
         return nullptr;
     }
-    const std::string key = host ? host : "";
+    const std::string_view key = host ? host : "";
 
     EnterCriticalSection(&lock_);
     NRXHandle handle = nullptr;
@@ -219,7 +220,7 @@ NRXHandle NRXClusterGlue::OpenCluster(const char* host) {
         orv::UniqueKernelHandle token;
         if (!OpenThreadToken(GetCurrentThread(), TOKEN_IMPERSONATE, TRUE, token.Receive())) token.Release();
         SetLastError(ERROR_SUCCESS);
-        OpenRequest request = {entryPoints_, key.empty() ? nullptr : key.c_str(), nullptr};
+        OpenRequest request = {entryPoints_, key.empty() ? nullptr : host, nullptr};
         if (!request.host && !entryPoints_[kNRXClusterOpenLocal]) {
             SetLastError(orv::kMissingEntryPoint);
         } else if (!orv::RunShielded(&OpenConnection, &request)) {
