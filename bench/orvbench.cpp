@@ -24,20 +24,25 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cwctype>
 #include <limits>
 #include <list>
+#include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
 
 #include "orvcluster.h"
 #include "orvcluster/mscs_cluster.h"
+#include "orvcluster/nrx_cluster.h"
 #include "harness/wine_paths.h"
 #include "simcluster.h"
+#include "simnrx.h"
 
 namespace {
 
@@ -375,6 +380,47 @@ const char* FinishResourceState() {
     return nullptr;
 }
 
+// --- A cached NRX connection against a lock and a map lookup ---------------
+
+const char* const kNrxHost = "ORVNODE2";
+// The host as callers hand it over: text the compiler cannot see into.
+const char* volatile nrxHostPointer = kNrxHost;
+CRITICAL_SECTION connectionSection;
+std::map<std::string, NRXHandle, std::less<>> connections;
+
+const char* PrepareCachedConnection() {
+    if (!SimNrx_LoadScenarioFile(orvtest::ExamplePath("scenarios/two-node-nrx.json").c_str()))
+        return "the bundled NRX scenario did not load";
+    // The first open connects; every later one must come from the cache.
+    NRXHandle handle = NRXClusterGlue::GetInstance()->OpenCluster(kNrxHost);
+    if (!handle) return "the binding did not connect to the bundled NRX cluster";
+    const DWORD opens = SimNrx_CallCount("NRXClusterOpen");
+    if (NRXClusterGlue::GetInstance()->OpenCluster(kNrxHost) != handle || SimNrx_CallCount("NRXClusterOpen") != opens)
+        return "a second open did not come from the cache";
+    InitializeCriticalSection(&connectionSection);
+    connections.emplace(kNrxHost, handle);
+    return nullptr;
+}
+
+// As the backend opens: through the binding reference it holds.
+void CachedConnection(long iterations) {
+    const orvclass::shared_ptr<NRXClusterGlue> glue = NRXClusterGlue::GetInstance();
+    for (long i = 0; i < iterations; ++i) Keep(glue->OpenCluster(nrxHostPointer));
+}
+
+// The least a locked cache of connections by host can cost: the lock and the
+// lookup of the host's text.
+void LockAndLookUp(long iterations) {
+    for (long i = 0; i < iterations; ++i) {
+        const std::string_view key = nrxHostPointer;
+        EnterCriticalSection(&connectionSection);
+        const auto found = connections.find(key);
+        NRXHandle handle = found == connections.end() ? nullptr : found->second;
+        LeaveCriticalSection(&connectionSection);
+        Keep(handle);
+    }
+}
+
 const Benchmark kBenchmarks[] = {
     {"virtual server name (cached) vs lock+copy", 1.5, PrepareVirtualServerName,
      CachedVirtualServerName, LockAndCopy, nullptr},
@@ -388,6 +434,8 @@ const Benchmark kBenchmarks[] = {
      PrepareStringLookup, ListStringLookup, PlatformStringLookup, nullptr},
     {"resource state through MSCSClusterGlue vs direct entry point", 1.2, PrepareResourceState,
      BindingResourceState, DirectResourceState, FinishResourceState},
+    {"NRX connection (OpenCluster, cached) vs lock+map lookup", 1.5, PrepareCachedConnection, CachedConnection,
+     LockAndLookUp, nullptr},
 };
 
 // --- Runner and printer -----------------------------------------------------
@@ -625,9 +673,9 @@ struct InventoryFigure {
     // Runs once, on the first cluster loaded, before the figure's first call;
     // answers why the figure cannot be taken, or null. May be null.
     const char* (*prepare)(const Inventory (&inventories)[2]);
-    // Lists the loaded cluster once, timing the backend's call alone into
-    // `seconds`; answers why the list is not the one expected, or null.
-    const char* (*take)(MSCSCluster& cluster, const Inventory& inventory, double& seconds);
+    // Lists the loaded cluster once, timing the call alone into `seconds`;
+    // answers why the list is not the one expected, or null.
+    const char* (*take)(Cluster& cluster, const Inventory& inventory, double& seconds);
 };
 
 // How often the simulator was asked to open a resource and to answer a
@@ -644,7 +692,8 @@ bool CalledAtLeast(const ResourceCalls& before, size_t opens, size_t controls) {
     return after.opens - before.opens >= opens && after.controls - before.controls >= controls;
 }
 
-const char* NamesOfType(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+const char* NamesOfType(Cluster& backend, const Inventory& inventory, double& seconds) {
+    MSCSCluster& cluster = static_cast<MSCSCluster&>(backend);
     std::list<std::wstring> names;
     const double start = Now();
     const bool listed = cluster.GetResources(names, L"Network Name");
@@ -656,7 +705,8 @@ const char* NamesOfType(MSCSCluster& cluster, const Inventory& inventory, double
     return nullptr;
 }
 
-const char* NetworkNameResources(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+const char* NetworkNameResources(Cluster& backend, const Inventory& inventory, double& seconds) {
+    MSCSCluster& cluster = static_cast<MSCSCluster&>(backend);
     const double start = Now();
     const auto resources = cluster.GetNetworkNameResources();
     seconds = Now() - start;
@@ -705,7 +755,8 @@ const char* PrepareClusteredOrv(const Inventory (&inventories)[2]) {
     return nullptr;
 }
 
-const char* ClusteredOrv(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+const char* ClusteredOrv(Cluster& backend, const Inventory& inventory, double& seconds) {
+    MSCSCluster& cluster = static_cast<MSCSCluster&>(backend);
     const wcstring unused;  // the call does not read its argument
     const ResourceCalls before;
     const double start = Now();
@@ -719,7 +770,8 @@ const char* ClusteredOrv(MSCSCluster& cluster, const Inventory& inventory, doubl
     return nullptr;
 }
 
-const char* UnknownNetworkName(MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
+const char* UnknownNetworkName(Cluster& backend, const Inventory& inventory, double& seconds) {
+    MSCSCluster& cluster = static_cast<MSCSCluster&>(backend);
     static const std::wstring name = kUnknownNetworkName;
     std::wstring node = L"NODE1";  // a node's name, which the call must replace
     const ResourceCalls before;
@@ -748,17 +800,83 @@ const InventoryFigure kInventoryFigures[] = {
     // read; none carries the name asked for.
     {"unknown network name to node (NetworkNameToNodeName)", 1.2, nullptr, UnknownNetworkName},
 };
-constexpr size_t kInventoryFigureCount = sizeof kInventoryFigures / sizeof kInventoryFigures[0];
+
+// --- The same on NRX clusters -----------------------------------------------
+
+// A generated NRX cluster: this computer and a second system, eight service
+// groups taking ten resources at a time in turn, every resource a generic
+// service with its "ServiceName".
+Inventory MakeNrxInventory(long size) {
+    Inventory inventory;
+    inventory.size = size;
+    std::string& json = inventory.scenario;
+    json = "{\"cluster\": \"ORVNRXSCALE\", \"systems\": [\"%COMPUTERNAME%\", \"NRXNODE2\"],\n"
+           "\"types\": [\"GenericService\"],\n\"groups\": [";
+    for (int group = 1; group <= kInventoryGroups; ++group)
+        json += std::string(group > 1 ? ",\n" : "\n") + "{\"name\": \"Role " + std::to_string(group) +
+                "\", \"systemList\": [\"%COMPUTERNAME%\", \"NRXNODE2\"]}";
+    json += "],\n\"resources\": [";
+    for (long index = 0; index < size; ++index) {
+        const std::string service = ServiceName(index);
+        inventory.serviceNames.emplace_back(service.begin(), service.end());
+        json += std::string(index > 0 ? ",\n" : "\n") + "{\"name\": \"Service " + std::to_string(index) +
+                "\", \"type\": \"GenericService\", \"group\": \"Role " +
+                std::to_string(index / 10 % kInventoryGroups + 1) +
+                "\", \"attributes\": {\"ServiceName\": \"" + service + "\"}}";
+    }
+    json += "]}\n";
+    return inventory;
+}
+
+// Every resource's name through the binding's enumeration, each byte widened.
+const char* NrxNamesOfType(Cluster& backend, const Inventory& inventory, double& seconds) {
+    NRXCluster& cluster = static_cast<NRXCluster&>(backend);
+    const orvclass::shared_ptr<NRXClusterGlue> glue = NRXClusterGlue::GetInstance();
+    std::list<std::wstring> names;
+    const double start = Now();
+    const bool listed = glue->ClusterEnum(cluster.GetClusterHandle(), "GenericService", names, std::string());
+    seconds = Now() - start;
+    if (!listed) return "ClusterEnum failed";
+    if (names.size() != static_cast<size_t>(inventory.size)) return "ClusterEnum listed a wrong number of names";
+    if (names.back() != L"Service " + std::to_wstring(inventory.size - 1))
+        return "ClusterEnum listed other names than the generated ones";
+    return nullptr;
+}
+
+const InventoryFigure kNrxInventoryFigures[] = {
+    {"NRX names of a type (ClusterEnum \"GenericService\")", 1.2, nullptr, NrxNamesOfType},
+};
+
+// A kind of cluster the inventory figures run on: how its clusters are made
+// and loaded into the simulator, how the backend is opened on them, and the
+// figures taken.
+struct InventoryKind {
+    Inventory (*make)(long size);
+    BOOL(WINAPI* load)(const char* scenario);
+    const wchar_t*(WINAPI* lastError)();
+    boost::shared_ptr<Cluster> (*instance)();
+    const InventoryFigure* figures;
+    size_t count;
+};
+
+const InventoryKind kFailoverInventory = {
+    MakeInventory, SimCluster_LoadScenarioText, SimCluster_LastError,
+    [] { return boost::shared_ptr<Cluster>(MSCSCluster::GetInstance(nullptr)); }, kInventoryFigures,
+    sizeof kInventoryFigures / sizeof kInventoryFigures[0]};
+const InventoryKind kNrxInventory = {
+    MakeNrxInventory, SimNrx_LoadScenarioText, SimNrx_LastError,
+    [] { return boost::shared_ptr<Cluster>(NRXCluster::GetInstance(nullptr)); }, kNrxInventoryFigures,
+    sizeof kNrxInventoryFigures / sizeof kNrxInventoryFigures[0]};
 
 // Loads the inventory's cluster and opens the backend on it; answers why it
 // could not, or an empty text.
-std::string OpenInventory(const Inventory& inventory, boost::shared_ptr<MSCSCluster>& cluster) {
-    if (!SimCluster_LoadScenarioText(inventory.scenario.c_str())) {
-        std::wstring why = SimCluster_LastError();
+std::string OpenInventory(const InventoryKind& kind, const Inventory& inventory, boost::shared_ptr<Cluster>& cluster) {
+    if (!kind.load(inventory.scenario.c_str())) {
+        std::wstring why = kind.lastError();
         return "the generated scenario of " + std::to_string(inventory.size) +
                " resources did not load: " + std::string(why.begin(), why.end());
     }
-    cluster = MSCSCluster::GetInstance(nullptr);
+    cluster = kind.instance();
     if (!cluster->ClusterOpen()) return "the backend did not open the generated cluster";
     return std::string();
 }
@@ -770,16 +888,18 @@ std::string WithCommas(long value) {
     return digits;
 }
 
-void RunInventoryFigures() {
-    const Inventory inventories[2] = {MakeInventory(kSmallInventory), MakeInventory(kLargeInventory)};
+void RunInventoryFigures(const InventoryKind& kind) {
+    const InventoryFigure* const figures = kind.figures;
+    const size_t figureCount = kind.count;
+    const Inventory inventories[2] = {kind.make(kSmallInventory), kind.make(kLargeInventory)};
     // Calls per sample at each size: as many as list kLargeInventory resources.
     const long calls[2] = {kLargeInventory / kSmallInventory, 1};
     // Per figure and round, the median cost per resource at each size, in seconds.
-    std::vector<double> perResource[kInventoryFigureCount][2];
-    std::string problems[kInventoryFigureCount];
+    std::vector<std::array<std::vector<double>, 2>> perResource(figureCount);
+    std::vector<std::string> problems(figureCount);
     const auto measuring = [&](size_t figure) { return problems[figure].empty(); };
-    const auto take = [&](size_t figure, MSCSCluster& cluster, const Inventory& inventory, double& seconds) {
-        const char* problem = kInventoryFigures[figure].take(cluster, inventory, seconds);
+    const auto take = [&](size_t figure, Cluster& cluster, const Inventory& inventory, double& seconds) {
+        const char* problem = figures[figure].take(cluster, inventory, seconds);
         if (problem)
             problems[figure] = std::string(problem) + " on " + WithCommas(inventory.size) + " resources";
         return !problem;
@@ -787,44 +907,44 @@ void RunInventoryFigures() {
 
     std::string setup;
     for (int round = 0; round < kInventoryRounds && setup.empty(); ++round) {
-        double roundCost[kInventoryFigureCount][2] = {};
+        std::vector<std::array<double, 2>> roundCost(figureCount);
         for (int turn = 0; turn < 2 && setup.empty(); ++turn) {
             const int which = (round + turn) % 2;
             const Inventory& inventory = inventories[which];
-            boost::shared_ptr<MSCSCluster> cluster;
-            setup = OpenInventory(inventory, cluster);
+            boost::shared_ptr<Cluster> cluster;
+            setup = OpenInventory(kind, inventory, cluster);
             if (!setup.empty()) break;
             if (round == 0 && turn == 0)
-                for (size_t figure = 0; figure < kInventoryFigureCount; ++figure)
-                    if (kInventoryFigures[figure].prepare)
-                        if (const char* problem = kInventoryFigures[figure].prepare(inventories))
+                for (size_t figure = 0; figure < figureCount; ++figure)
+                    if (figures[figure].prepare)
+                        if (const char* problem = figures[figure].prepare(inventories))
                             problems[figure] = problem;
             // The first call on a freshly loaded cluster finds its memory
             // cold; it only checks the list.
             double seconds = 0;
-            for (size_t figure = 0; figure < kInventoryFigureCount; ++figure)
+            for (size_t figure = 0; figure < figureCount; ++figure)
                 if (measuring(figure)) take(figure, *cluster, inventory, seconds);
             // The figures take turns, sample by sample.
-            std::vector<double> samples[kInventoryFigureCount];
+            std::vector<std::vector<double>> samples(figureCount);
             for (int sample = 0; sample < kInventorySamples; ++sample) {
-                for (size_t figure = 0; figure < kInventoryFigureCount; ++figure) {
+                for (size_t figure = 0; figure < figureCount; ++figure) {
                     double total = 0;
                     for (long call = 0; call < calls[which] && measuring(figure); ++call)
                         if (take(figure, *cluster, inventory, seconds)) total += seconds;
                     if (measuring(figure)) samples[figure].push_back(total / (inventory.size * calls[which]));
                 }
             }
-            for (size_t figure = 0; figure < kInventoryFigureCount; ++figure)
+            for (size_t figure = 0; figure < figureCount; ++figure)
                 if (measuring(figure)) roundCost[figure][which] = MedianOf(samples[figure]);
         }
         if (!setup.empty()) break;
-        for (size_t figure = 0; figure < kInventoryFigureCount; ++figure)
+        for (size_t figure = 0; figure < figureCount; ++figure)
             for (int which = 0; which < 2 && measuring(figure); ++which)
                 perResource[figure][which].push_back(roundCost[figure][which]);
     }
 
-    for (size_t figure = 0; figure < kInventoryFigureCount; ++figure) {
-        const std::string name = std::string(kInventoryFigures[figure].name) + ", per resource at " +
+    for (size_t figure = 0; figure < figureCount; ++figure) {
+        const std::string name = std::string(figures[figure].name) + ", per resource at " +
                                  WithCommas(inventories[1].size) + " vs at " +
                                  WithCommas(inventories[0].size);
         const std::string& problem = setup.empty() ? problems[figure] : setup;
@@ -832,7 +952,7 @@ void RunInventoryFigures() {
             printf("%s: not measured (%s)\n", name.c_str(), problem.c_str());
             continue;
         }
-        Print(name.c_str(), kInventoryFigures[figure].goal,
+        Print(name.c_str(), figures[figure].goal,
               Summarise(perResource[figure][1], perResource[figure][0]), "a resource");
     }
     fflush(stdout);
@@ -854,6 +974,7 @@ int main() {
         }
         fflush(stdout);
     }
-    RunInventoryFigures();
+    RunInventoryFigures(kFailoverInventory);
+    RunInventoryFigures(kNrxInventory);
     return 0;
 }
