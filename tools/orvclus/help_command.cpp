@@ -87,7 +87,7 @@ std::wstring FailoverOnlyText() {
         if (each.needs == Needs::FailoverCluster) names += (names.empty() ? L"" : L", ") + each.name;
     return L"The cluster is a Windows failover cluster or an NRX cluster. On an NRX cluster the nodes are its\n"
            L"systems, the groups its service groups, and states are shown per system (NRX keeps no single\n"
-           L"owner); these commands need a failover cluster: " + names + L".\n";
+           L"owner). These commands need a failover cluster:\n  " + names + L".\n";
 }
 
 int RunHelp(const ParsedArguments& arguments, Format format) {
