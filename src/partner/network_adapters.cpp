@@ -109,7 +109,7 @@ unsigned NRXCluster::GetAdapterForSubnet(const std::wstring& machine, const std:
     orv::UniqueCom<IWbemServices> services;
     if (!space || !language || !query ||
         FAILED(locator.Get()->ConnectServer(space.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr,
-                                      services.Receive())))
+                                            services.Receive())))
         return ERROR_INSTALL_FAILURE;
     // Only a remote machine's services come through a proxy; locally there
     // is none to set, and the refusal says nothing.
@@ -117,8 +117,9 @@ unsigned NRXCluster::GetAdapterForSubnet(const std::wstring& machine, const std:
                       RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
 
     orv::UniqueCom<IEnumWbemClassObject> adapters;
-    if (FAILED(services.Get()->ExecQuery(language.Get(), query.Get(), WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
-                                   nullptr, adapters.Receive())))
+    if (FAILED(services.Get()->ExecQuery(language.Get(), query.Get(),
+                                         WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY, nullptr,
+                                         adapters.Receive())))
         return ERROR_INSTALL_FAILURE;
 
     const std::string wantedAddress = orv::LowBytes(address);

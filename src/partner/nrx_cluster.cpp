@@ -274,7 +274,8 @@ NRXCluster::resState NRXCluster::GetResourceState(const char* resource, const ch
     orv::NrxControl control(*glue_);
     int state = 0;
     if (!resourceName.Assign(resource) || !systemName.Assign(system) ||
-        !orv::SystemControl(*glue_, systemName, control) || !orv::ResourceStateOn(*glue_, handle_, resourceName.c_str(), control, state))
+        !orv::SystemControl(*glue_, systemName, control) ||
+        !orv::ResourceStateOn(*glue_, handle_, resourceName.c_str(), control, state))
         return Unknown;
     if (state == NRX_RES_OFFLINE) return Offline;
     return state == NRX_RES_ONLINE ? Online : Unknown;

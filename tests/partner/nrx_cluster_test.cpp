@@ -86,7 +86,9 @@ TEST_F(NrxOpen, NamesAskedForAndTheConfigurationSwitch) {
 
     // 16 bytes and more in UTF-8 are no system's name: refused before NRX is asked.
     orvtest::TraceCapture capture;
-    for (const wchar_t* name : {L"ORVNODE2-FARAWAY", L"\u00d6\u00d6\u00d6\u00d6\u00d6\u00d6\u00d6\u00d6", L"N\u00d6DE3"})
+    const wchar_t* const names[] = {L"ORVNODE2-FARAWAY", L"\u00d6\u00d6\u00d6\u00d6\u00d6\u00d6\u00d6\u00d6",
+                                    L"N\u00d6DE3"};
+    for (const wchar_t* name : names)
         EXPECT_FALSE(NRXCluster(name).ClusterOpen());
     EXPECT_EQ(Lines{L"Failed to open NRX cluster (N\u00d6DE3)"}, capture.Messages());
     EXPECT_EQ(2u, SimNrx_CallCount("NRXClusterOpen"));
@@ -166,7 +168,8 @@ TEST_F(Inventory, StatesAndOwners) {
                 {"Exchange_Mount", hereNarrow_.c_str(), NRXCluster::Unknown},
                 {"NoSuchResource", "ORVNODE2", NRXCluster::Unknown}, {"Orvane", "NOSUCHSYSTEM", NRXCluster::Unknown},
                 {"Orvane", "ORVNODE2-FARAWAY", NRXCluster::Unknown}, {nullptr, "ORVNODE2", NRXCluster::Unknown}};
-    for (const auto& row : rows) EXPECT_EQ(row.state, cluster_.GetResourceState(row.resource, row.system)) << row.system;
+    for (const auto& row : rows)
+        EXPECT_EQ(row.state, cluster_.GetResourceState(row.resource, row.system)) << row.system;
 
     char owner[16] = "";
     EXPECT_FALSE(cluster_.GetOwningNode(owner, 8, "SQL2005_Mount"));  // does not fit
