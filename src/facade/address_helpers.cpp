@@ -55,7 +55,9 @@ const std::wstring& Cluster::GetNetworkNodeName() {
     if (computerName.empty()) return nodeName;  // not cached: the next call tries again
 
     boost::shared_ptr<Cluster> cluster = GetInstance(nullptr);
-    std::wstring clusterNodeName;
+    // Starts as the name asked about: a backend may answer true and leave it
+    // as it was when no resource carries the name.
+    std::wstring clusterNodeName = computerName;
     if (cluster->Open() && cluster->NetworkNameToNodeName(computerName, clusterNodeName))
         nodeName = clusterNodeName;
     else
