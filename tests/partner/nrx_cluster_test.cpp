@@ -7,10 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include "computer_name_first.h"
 #include "harness/registry_fixture.h"
+#include "harness/simulated_nrx.h"
 #include "harness/test_services.h"
 #include "harness/trace_capture.h"
+#include "orvcluster.h"
+#include "simclock.h"
 
 namespace {
 
@@ -24,7 +26,6 @@ const Lines kUnreachable = {L"Unable to query RKT service status", L"Unable to q
                             L"Unable to query QMD service status", L"Unable to query OPSSTATUS service status",
                             kFailed};
 const wchar_t* const kServices[] = {L"RKT", L"ZEP", L"QMD", L"OPSHOST"};
-const auto* const kEnvironment = ::testing::AddGlobalTestEnvironment(new orvtest::ComputerNameFirst);
 
 class NrxOpen : public orvtest::SimulatedNrxTest {
 protected:

@@ -11,8 +11,9 @@
 
 #include <gtest/gtest.h>
 
-#include "computer_name_first.h"
+#include "harness/simulated_nrx.h"
 #include "harness/utf8.h"
+#include "orvcluster.h"
 
 namespace {
 
@@ -20,7 +21,6 @@ using Names = std::list<std::wstring>;
 
 std::wstring Wide(const std::string& ascii) { return std::wstring(ascii.begin(), ascii.end()); }
 
-const auto* const kEnvironment = ::testing::AddGlobalTestEnvironment(new orvtest::ComputerNameFirst);
 
 // "1" with what the call filled in, read once it returned; "0" on failure.
 std::wstring Answer(bool ok, const Names& names) {
