@@ -11,25 +11,11 @@
 #include "orvcluster/nrx_cluster.h"
 #include "orvcluster/unique_handle.h"
 #include "support/text.h"
+#include "support/com_apartment.h"
 
 namespace {
 
 constexpr wchar_t kQuery[] = L"SELECT * FROM Win32_NetworkAdapterConfiguration where IPEnabled=true";
-
-// COM on this thread for the life of the object. A thread already in the
-// other apartment keeps it (RPC_E_CHANGED_MODE): WMI works from either.
-class ComApartment {
-public:
-    ComApartment() : initialised_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
-    ~ComApartment() {
-        if (initialised_) CoUninitialize();
-    }
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
-
-private:
-    bool initialised_;
-};
 
 // A property read from a WMI object, cleared with it.
 class Property {
@@ -96,7 +82,7 @@ unsigned NRXCluster::IsSameSubnet(const char* a, const char* b, const char* m, c
 unsigned NRXCluster::GetAdapterForSubnet(const std::wstring& machine, const std::wstring& address,
                                          const std::wstring& mask, std::wstring& macAddress,
                                          std::wstring& description) {
-    ComApartment com;
+    orv::ComApartment com;
     orv::UniqueCom<IWbemLocator> locator;
     if (FAILED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
                                 reinterpret_cast<void**>(locator.Receive()))))

@@ -15,6 +15,7 @@
 
 #include "support/msxml_guids.h"
 #include "orvcluster/unique_handle.h"
+#include "support/com_apartment.h"
 
 namespace orv {
 
@@ -27,23 +28,6 @@ constexpr wchar_t kServiceSectionPrefix[] = L"ServiceResource";
 constexpr const CLSID* kDocumentClasses[] = {&msxml::kDomDocument60, &msxml::kDomDocument40,
                                              &msxml::kDomDocument30, &msxml::kDomDocument26,
                                              &msxml::kDomDocument};
-
-// COM on this thread for the life of the object. The wizard's thread may have
-// initialised COM already: in the same mode the call only counts up (S_FALSE)
-// and is balanced here like a first one; in the other mode it is refused
-// (RPC_E_CHANGED_MODE) and the apartment already there is used as it is.
-class ComApartment {
-public:
-    ComApartment() : initialised_(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
-    ~ComApartment() {
-        if (initialised_) CoUninitialize();
-    }
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
-
-private:
-    bool initialised_;
-};
 
 UniqueBstr MakeBstr(const std::wstring& text) {
     UniqueBstr result(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())));
