@@ -79,7 +79,7 @@
 //   (NRX_CNTL_SYSTEM, NRX_CNTL_SCOPE) the systems it names in its order: a
 //   system outside the list answers NRX_RES_UNKNOWN (NRX_GRP_UNKNOWN), a name
 //   that is no system NRX_E_NO_SUCH_OBJECT. NRXObjGetState covers groups and
-//   resources only.
+//   resources only (NRX_E_BAD_ARGUMENT for the other kinds).
 //   A resource not yet probed on a system is NRX_RES_UNKNOWN there: a
 //   resource added by NRXResAdd until NRXGrpEnableResources (which enables
 //   and probes every resource of the group) or NRXResProbe, and every
