@@ -2,7 +2,7 @@
 
 #include <cwctype>
 
-#include "files.h"
+#include "text.h"
 #include "scenario.h"
 
 namespace simcluster {

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "addresses.h"
-#include "files.h"
 #include "scenario.h"
 #include "simcluster.h"
 #include "simulator.h"

@@ -1,6 +1,5 @@
 #include "simulator.h"
 
-#include "files.h"
 #include "scenario.h"
 #include "text.h"
 
@@ -16,24 +15,6 @@ const wchar_t* const kEntryPointNames[] = {
 
 static_assert(sizeof kEntryPointNames / sizeof kEntryPointNames[0] == static_cast<size_t>(EntryPoint::Count),
               "one name per entry point");
-
-// The folder of the simulator's clusapi.dll, with a trailing backslash.
-std::wstring ModuleFolder() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCWSTR>(&ModuleFolder), &module);
-    wchar_t path[MAX_PATH * 4];
-    DWORD length = GetModuleFileNameW(module, path, ARRAYSIZE(path));
-    std::wstring folder(path, length < ARRAYSIZE(path) ? length : 0);
-    return folder.substr(0, folder.find_last_of(L'\\') + 1);
-}
-
-// An environment variable's value; empty when it is not set or too long.
-std::wstring Environment(const wchar_t* name) {
-    wchar_t value[MAX_PATH * 4];
-    DWORD length = GetEnvironmentVariableW(name, value, ARRAYSIZE(value));
-    return length > 0 && length < ARRAYSIZE(value) ? std::wstring(value, length) : std::wstring();
-}
 
 }  // namespace
 
@@ -80,12 +61,12 @@ Simulator::Simulator() { InitializeCriticalSection(&lock); }
 void Simulator::LoadDefaultScenario() {
     if (decided_) return;
     decided_ = true;
-    statePath_ = Environment(L"ORVSIM_STATE");
+    statePath_ = simhost::Environment(L"ORVSIM_STATE");
     std::wstring path = statePath_;
     if (path.empty() || GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
-        path = Environment(L"ORVSIM_SCENARIO");
+        path = simhost::Environment(L"ORVSIM_SCENARIO");
         const bool named = !path.empty();
-        if (!named) path = ModuleFolder() + L"scenario.json";
+        if (!named) path = simhost::ModuleFolder() + L"scenario.json";
         if (!named && GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return;
     }
     std::string text;

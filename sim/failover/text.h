@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "sim_host.h"
+
 namespace simcluster {
 
 // Cluster object names, node names and registry paths compare without regard
@@ -12,8 +14,10 @@ bool SameName(const wchar_t* a, size_t aLength, const std::wstring& b);
 inline bool SameName(const std::wstring& a, const std::wstring& b) { return SameName(a.data(), a.size(), b); }
 bool StartsWithName(const std::wstring& text, const std::wstring& prefix);
 
-std::wstring Widen(const std::string& utf8);
-std::string Narrow(const std::wstring& wide);
+using simhost::Narrow;
+using simhost::ReadWholeFile;
+using simhost::Widen;
+using simhost::WriteWholeFile;
 
 // A wide string handed in by a caller, which may be null.
 inline std::wstring FromCaller(const wchar_t* text) { return text ? std::wstring(text) : std::wstring(); }

@@ -16,24 +16,6 @@ const char* const kEntryPointNames[] = {
 static_assert(sizeof kEntryPointNames / sizeof kEntryPointNames[0] == static_cast<size_t>(EntryPoint::Count),
               "one name per entry point");
 
-// The folder of the simulator's nrxapi_mt.dll, with a trailing backslash.
-std::wstring ModuleFolder() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCWSTR>(&ModuleFolder), &module);
-    wchar_t path[MAX_PATH * 4];
-    DWORD length = GetModuleFileNameW(module, path, ARRAYSIZE(path));
-    std::wstring folder(path, length < ARRAYSIZE(path) ? length : 0);
-    return folder.substr(0, folder.find_last_of(L'\\') + 1);
-}
-
-// An environment variable's value; empty when it is not set or too long.
-std::wstring Environment(const wchar_t* name) {
-    wchar_t value[MAX_PATH * 4];
-    DWORD length = GetEnvironmentVariableW(name, value, ARRAYSIZE(value));
-    return length > 0 && length < ARRAYSIZE(value) ? std::wstring(value, length) : std::wstring();
-}
-
 }  // namespace
 
 const char* NameOf(EntryPoint entryPoint) { return kEntryPointNames[static_cast<int>(entryPoint)]; }
@@ -50,9 +32,9 @@ Engine::Engine() { InitializeCriticalSection(&lock); }
 void Engine::LoadDefaultScenario() {
     if (decided_) return;
     decided_ = true;
-    std::wstring path = Environment(L"ORVNRX_SCENARIO");
+    std::wstring path = simhost::Environment(L"ORVNRX_SCENARIO");
     if (path.empty()) {
-        path = ModuleFolder() + L"nrx-scenario.json";
+        path = simhost::ModuleFolder() + L"nrx-scenario.json";
         if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return;
     }
     std::string text;

@@ -50,40 +50,10 @@ bool Matches(const std::string& pattern, const std::string& name, bool foldCase)
     return p == pattern.size();
 }
 
-std::wstring Widen(const std::string& utf8) {
-    if (utf8.empty()) return std::wstring();
-    int length = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
-    std::wstring wide(static_cast<size_t>(length), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), &wide[0], length);
-    return wide;
-}
-
-std::string Narrow(const std::wstring& wide) {
-    if (wide.empty()) return std::string();
-    int length =
-        WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<size_t>(length), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), &utf8[0], length, nullptr, nullptr);
-    return utf8;
-}
-
 std::string ThisComputer() {
     wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
     DWORD length = ARRAYSIZE(name);
     return GetComputerNameW(name, &length) ? Narrow(std::wstring(name, length)) : std::string();
-}
-
-bool ReadWholeFile(const std::wstring& path, std::string& contents) {
-    orv::UniqueFileHandle file(
-        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-    if (!file) return false;
-    LARGE_INTEGER size = {};
-    if (!GetFileSizeEx(file.Get(), &size) || size.QuadPart >= 64 * 1024 * 1024) return false;
-    contents.assign(static_cast<size_t>(size.QuadPart), '\0');
-    DWORD read = 0;
-    return contents.empty() ||
-           (ReadFile(file.Get(), &contents[0], static_cast<DWORD>(contents.size()), &read, nullptr) &&
-            read == contents.size());
 }
 
 }  // namespace simnrx
