@@ -111,19 +111,8 @@ int Simulator::Find(const std::wstring& entryPoint) {
 }
 
 DWORD Simulator::CountCall(EntryPoint entryPoint) {
-    int index = static_cast<int>(entryPoint);
-    ++calls_[index];
-    std::vector<InjectedFailure>& failures = failures_[index];
-    for (auto it = failures.begin(); it != failures.end(); ++it) {
-        if (it->before > 0) {
-            --it->before;
-            continue;
-        }
-        DWORD error = it->error;
-        if (!it->forever && --it->left == 0) failures.erase(it);
-        return error;
-    }
-    return ERROR_SUCCESS;
+    const DWORD* error = schedule_.Count(static_cast<size_t>(entryPoint));
+    return error ? *error : ERROR_SUCCESS;
 }
 
 bool Simulator::InjectFailure(const std::wstring& entryPoint, DWORD nth, DWORD count, DWORD error) {
@@ -136,21 +125,21 @@ bool Simulator::InjectFailure(const std::wstring& entryPoint, DWORD nth, DWORD c
         lastError = L"a failure needs a call number of 1 or more and an error other than 0";
         return false;
     }
-    failures_[index].push_back(InjectedFailure{nth - 1, count, count == 0, error});
+    schedule_.Script(index, nth, count, error);
     return true;
 }
 
 void Simulator::ClearFailures() {
-    for (std::vector<InjectedFailure>& failures : failures_) failures.clear();
+    schedule_.Clear();
 }
 
 DWORD Simulator::CallCount(const std::wstring& entryPoint) const {
     int index = Find(entryPoint);
-    return index < 0 ? 0 : calls_[index];
+    return index < 0 ? 0 : schedule_.Calls(index);
 }
 
 void Simulator::ResetCounters() {
-    for (DWORD& calls : calls_) calls = 0;
+    schedule_.ResetCalls();
 }
 
 }  // namespace simcluster

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "call_schedule.h"
 #include "entry_points.h"
 #include "model.h"
 #include "simcluster.h"
@@ -60,13 +61,6 @@ private:
 
 // One failure plan for an entry point: skip `before` calls, then fail
 // `left` calls (forever when `forever`).
-struct InjectedFailure {
-    DWORD before;
-    DWORD left;
-    bool forever;
-    DWORD error;
-};
-
 // The simulator's process-wide state, guarded by one lock.
 class Simulator {
 public:
@@ -99,8 +93,8 @@ private:
     bool decided_ = false;  // a scenario was loaded or refused, by hand or automatically
     std::wstring statePath_;  // ORVSIM_STATE: where the cluster outlives the program
     std::string keptState_;   // what the state file holds now
-    DWORD calls_[static_cast<int>(EntryPoint::Count)] = {};
-    std::vector<InjectedFailure> failures_[static_cast<int>(EntryPoint::Count)];
+    // The error each scripted failure answers.
+    simhost::CallSchedule<DWORD, static_cast<size_t>(EntryPoint::Count)> schedule_;
 };
 
 // Holds the simulator's lock for one call.

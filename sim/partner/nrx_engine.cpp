@@ -124,19 +124,7 @@ int Engine::Find(const std::string& entryPoint) {
 }
 
 const Injection* Engine::CountCall(EntryPoint entryPoint) {
-    int index = static_cast<int>(entryPoint);
-    ++calls_[index];
-    std::vector<Injection>& injections = injections_[index];
-    for (auto it = injections.begin(); it != injections.end(); ++it) {
-        if (it->before > 0) {
-            --it->before;
-            continue;
-        }
-        due_ = *it;
-        if (!it->forever && --it->left == 0) injections.erase(it);
-        return &due_;
-    }
-    return nullptr;
+    return schedule_.Count(static_cast<size_t>(entryPoint));
 }
 
 bool Engine::Inject(const std::string& entryPoint, DWORD nth, DWORD count, int code, bool exception) {
@@ -149,22 +137,23 @@ bool Engine::Inject(const std::string& entryPoint, DWORD nth, DWORD count, int c
         lastError = L"an injection needs a call number of 1 or more, and a failure an error code other than 0";
         return false;
     }
-    injections_[index].push_back(Injection{nth - 1, exception ? 1 : count, !exception && count == 0, code, exception});
+    // An exception is raised once.
+    schedule_.Script(index, nth, exception ? 1 : count, Injection{code, exception});
     lastError.clear();
     return true;
 }
 
 void Engine::ClearFailures() {
-    for (std::vector<Injection>& injections : injections_) injections.clear();
+    schedule_.Clear();
 }
 
 DWORD Engine::CallCount(const std::string& entryPoint) const {
     int index = Find(entryPoint);
-    return index < 0 ? 0 : calls_[index];
+    return index < 0 ? 0 : schedule_.Calls(index);
 }
 
 void Engine::ResetCounters() {
-    for (DWORD& calls : calls_) calls = 0;
+    schedule_.ResetCalls();
     records.ResetBadFrees();
 }
 

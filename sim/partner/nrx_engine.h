@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "call_schedule.h"
 #include "nrx_entry_points.h"
 #include "nrx_model.h"
 #include "nrx_records.h"
@@ -35,9 +36,6 @@ struct ThreadError {
 // One plan for an entry point: skip `before` calls, then fail `left` calls
 // (forever when `forever`) or raise once.
 struct Injection {
-    DWORD before;
-    DWORD left;
-    bool forever;
     int code;
     bool exception;
 };
@@ -93,9 +91,7 @@ private:
     uintptr_t lastConnection_ = 0x4E520000;
     const void* configurationHolder_ = nullptr;
     std::map<DWORD, ThreadError> errors_;
-    DWORD calls_[static_cast<int>(EntryPoint::Count)] = {};
-    std::vector<Injection> injections_[static_cast<int>(EntryPoint::Count)];
-    Injection due_ = {};
+    simhost::CallSchedule<Injection, static_cast<size_t>(EntryPoint::Count)> schedule_;
 };
 
 // Holds the engine's lock for one call.
