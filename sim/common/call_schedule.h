@@ -4,15 +4,26 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 #include <vector>
 
 namespace simhost {
 
-// Per entry point of a simulated library: how often it was called, and the
-// failures scripted for its coming calls.
-template <typename Failure, size_t EntryPoints>
+// Per entry point of a simulated library, known by its exported name: how
+// often it was called, and the failures scripted for its coming calls.
+template <typename Failure, typename Char, size_t EntryPoints>
 class CallSchedule {
 public:
+    using Names = const Char* const (&)[EntryPoints];
+    explicit CallSchedule(Names names) : names_(names) {}
+
+    // The index of the entry point of that name, or -1.
+    int Find(const std::basic_string<Char>& name) const {
+        for (size_t i = 0; i < EntryPoints; ++i)
+            if (name == names_[i]) return static_cast<int>(i);
+        return -1;
+    }
+
     // Counts a call of entry point `index`; the failure it must answer, or
     // null. The answer stays valid until the next call.
     const Failure* Count(size_t index) {
@@ -39,7 +50,11 @@ public:
         for (std::vector<Scripted>& scripted : scripted_) scripted.clear();
     }
 
-    DWORD Calls(size_t index) const { return calls_[index]; }
+    // Calls of the entry point of that name; 0 for a name that is none.
+    DWORD Calls(const std::basic_string<Char>& name) const {
+        const int index = Find(name);
+        return index < 0 ? 0 : calls_[index];
+    }
     void ResetCalls() { calls_.fill(0); }
 
 private:
@@ -49,6 +64,7 @@ private:
         bool forever;
         Failure failure;
     };
+    Names names_;
     std::array<DWORD, EntryPoints> calls_{};
     std::array<std::vector<Scripted>, EntryPoints> scripted_;
     Failure due_{};

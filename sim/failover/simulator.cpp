@@ -56,7 +56,7 @@ Simulator& Simulator::Instance() {
     return simulator;
 }
 
-Simulator::Simulator() { InitializeCriticalSection(&lock); }
+Simulator::Simulator() : schedule_(kEntryPointNames) { InitializeCriticalSection(&lock); }
 
 void Simulator::LoadDefaultScenario() {
     if (decided_) return;
@@ -104,19 +104,13 @@ void Simulator::Unload() {
     lastError.clear();
 }
 
-int Simulator::Find(const std::wstring& entryPoint) {
-    for (int i = 0; i < static_cast<int>(EntryPoint::Count); ++i)
-        if (entryPoint == kEntryPointNames[i]) return i;
-    return -1;
-}
-
 DWORD Simulator::CountCall(EntryPoint entryPoint) {
     const DWORD* error = schedule_.Count(static_cast<size_t>(entryPoint));
     return error ? *error : ERROR_SUCCESS;
 }
 
 bool Simulator::InjectFailure(const std::wstring& entryPoint, DWORD nth, DWORD count, DWORD error) {
-    int index = Find(entryPoint);
+    int index = schedule_.Find(entryPoint);
     if (index < 0) {
         lastError = L"no entry point is named '" + entryPoint + L"'";
         return false;
@@ -134,8 +128,7 @@ void Simulator::ClearFailures() {
 }
 
 DWORD Simulator::CallCount(const std::wstring& entryPoint) const {
-    int index = Find(entryPoint);
-    return index < 0 ? 0 : schedule_.Calls(index);
+    return schedule_.Calls(entryPoint);
 }
 
 void Simulator::ResetCounters() {

@@ -88,13 +88,12 @@ public:
 
 private:
     Simulator();
-    static int Find(const std::wstring& entryPoint);
 
     bool decided_ = false;  // a scenario was loaded or refused, by hand or automatically
     std::wstring statePath_;  // ORVSIM_STATE: where the cluster outlives the program
     std::string keptState_;   // what the state file holds now
     // The error each scripted failure answers.
-    simhost::CallSchedule<DWORD, static_cast<size_t>(EntryPoint::Count)> schedule_;
+    simhost::CallSchedule<DWORD, wchar_t, static_cast<size_t>(EntryPoint::Count)> schedule_;
 };
 
 // Holds the simulator's lock for one call.

@@ -27,7 +27,7 @@ Engine& Engine::Instance() {
     return engine;
 }
 
-Engine::Engine() { InitializeCriticalSection(&lock); }
+Engine::Engine() : schedule_(kEntryPointNames) { InitializeCriticalSection(&lock); }
 
 void Engine::LoadDefaultScenario() {
     if (decided_) return;
@@ -117,18 +117,12 @@ const ThreadError* Engine::LastThreadError() const {
     return it == errors_.end() ? nullptr : &it->second;
 }
 
-int Engine::Find(const std::string& entryPoint) {
-    for (int i = 0; i < static_cast<int>(EntryPoint::Count); ++i)
-        if (entryPoint == kEntryPointNames[i]) return i;
-    return -1;
-}
-
 const Injection* Engine::CountCall(EntryPoint entryPoint) {
     return schedule_.Count(static_cast<size_t>(entryPoint));
 }
 
 bool Engine::Inject(const std::string& entryPoint, DWORD nth, DWORD count, int code, bool exception) {
-    int index = Find(entryPoint);
+    int index = schedule_.Find(entryPoint);
     if (index < 0) {
         lastError = L"no entry point is named '" + Widen(entryPoint) + L"'";
         return false;
@@ -148,8 +142,7 @@ void Engine::ClearFailures() {
 }
 
 DWORD Engine::CallCount(const std::string& entryPoint) const {
-    int index = Find(entryPoint);
-    return index < 0 ? 0 : schedule_.Calls(index);
+    return schedule_.Calls(entryPoint);
 }
 
 void Engine::ResetCounters() {

@@ -82,7 +82,6 @@ public:
 
 private:
     Engine();
-    static int Find(const std::string& entryPoint);
 
     bool decided_ = false;  // a scenario was loaded or refused, by hand or automatically
     // Connection handles are numbers that are never handed out twice, so a
@@ -91,7 +90,7 @@ private:
     uintptr_t lastConnection_ = 0x4E520000;
     const void* configurationHolder_ = nullptr;
     std::map<DWORD, ThreadError> errors_;
-    simhost::CallSchedule<Injection, static_cast<size_t>(EntryPoint::Count)> schedule_;
+    simhost::CallSchedule<Injection, char, static_cast<size_t>(EntryPoint::Count)> schedule_;
 };
 
 // Holds the engine's lock for one call.
